@@ -1,0 +1,33 @@
+// SPDX-License-Identifier: Apache-2.0
+#ifndef MSG_CONSUMER_STORE_SCHEMA_SCHEMA_HPP
+#define MSG_CONSUMER_STORE_SCHEMA_SCHEMA_HPP
+
+#include <sqlite3.h>
+
+#include <string>
+
+namespace msg_consumer::schema {
+
+/// Kept in the database's `user_version`.
+inline constexpr int SCHEMA_VERSION = 1;
+
+/// Kept in the database's `application_id`, so that a foreign database is told from ours.
+inline constexpr int APPLICATION_ID = 0x4d534743;
+
+/// The application id and schema version of a database; a new, empty one has 0 for both.
+struct Identity {
+  int application_id;
+  int version;
+};
+Identity read_identity(sqlite3* database);
+
+/// Brings a database to `SCHEMA_VERSION`, each version's step in a transaction of its own. Throws `SqliteError`, or
+/// `std::runtime_error` for a database that is foreign or newer. Runs with foreign keys on.
+void migrate(sqlite3* database);
+
+/// Where the database lies: `MSG_CONSUMER_DB`, or the default place.
+std::string database_path();
+
+}  // namespace msg_consumer::schema
+
+#endif
