@@ -16,7 +16,7 @@
 
 namespace msg_consumer::schema {
 
-/// A failed call of SQLite: its extended result code and its message.
+/// A failed call of SQLite: its extended result code and its message. Out of memory is std::bad_alloc instead.
 class SqliteError : public std::runtime_error {
  public:
   SqliteError(int code, const std::string& what) : std::runtime_error(what), _code(code) {}

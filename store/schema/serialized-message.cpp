@@ -1,0 +1,363 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "schema/serialized-message.hpp"
+
+#include <cstdint>
+#include <limits>
+#include <nlohmann/json.hpp>
+#include <set>
+#include <utility>
+
+#include "schema/text.hpp"
+
+namespace msg_consumer::schema {
+namespace {
+
+using Json = nlohmann::ordered_json;
+
+/// Thrown and caught in this file only: the record can't be encoded, the text can't be decoded.
+struct Refused {};
+
+struct Range {
+  std::int64_t first = std::numeric_limits<int>::min();
+  std::int64_t last = std::numeric_limits<int>::max();
+};
+
+constexpr Range ANY;
+constexpr Range FLAG{0, 1};
+constexpr Range NOT_NEGATIVE{0, std::numeric_limits<int>::max()};
+constexpr Range ANY_64{std::numeric_limits<std::int64_t>::min(), std::numeric_limits<std::int64_t>::max()};
+
+/// A member of the public record that has no place in the store's.
+struct Unmapped {};
+
+// The tables: name, member of the public record, member of the store's record, valid values. Both directions are
+// made from them. What is an object or a list of its own is not in them.
+
+template <typename Visitor>
+void visit_address(Visitor& visit) {
+  using P = msg_address_item_t;
+  visit("num_1", &P::num_1, &Address::num_a, ANY);
+  visit("num_2", &P::num_2, &Address::num_b, Range{1, 3});
+  visit("num_3", &P::num_3, &Address::num_c, Range{0, 3});
+  visit("flag_4", &P::flag_4, &Address::flag_e, FLAG);
+  visit("address", &P::address, &Address::address);
+}
+
+template <typename Visitor>
+void visit_nms_content_meta(Visitor& visit) {
+  using P = msg_nms_content_meta_t;
+  visit("num_1", &P::num_1, Unmapped(), ANY);
+  visit("num_2", &P::num_2, Unmapped(), ANY);
+  visit("text_3", &P::text_3, Unmapped());
+  visit("text_4", &P::text_4, Unmapped());
+  visit("text_5", &P::text_5, Unmapped());
+  visit("num_6", &P::num_6, Unmapped(), ANY);
+}
+
+template <typename Visitor>
+void visit_content(Visitor& visit) {
+  using P = msg_content_item_t;
+  visit("content_id", &P::content_id, &Content::id, ANY);
+  visit("num_2", &P::num_2, &Content::num_b, ANY);
+  visit("kind", &P::kind, &Content::kind, Range{Content::KIND_TEXT, Content::KIND_OTHER});
+  visit("flag_4", &P::flag_4, &Content::flag_c, FLAG);
+  visit("flag_5", &P::flag_5, &Content::flag_d, FLAG);
+  visit("status", &P::status, &Content::status, Range{Content::STATUS_NONE, Content::STATUS_FAILED});
+  visit("text_7", &P::text_7, &Content::str_g);
+  visit("text_8", &P::text_8, &Content::str_h);
+  visit("text_9", &P::text_9, &Content::str_i);
+  visit("text_10", &P::text_10, &Content::str_e);
+  visit("text_11", &P::text_11, &Content::str_j);
+  visit("text_12", &P::text_12, &Content::str_l);
+  visit("reserved_13", &P::reserved_13, Unmapped(), Range{0, 0});
+}
+
+template <typename Visitor>
+void visit_nms_meta(Visitor& visit) {
+  using P = msg_nms_msg_meta_data_t;
+  visit("msg_id", &P::msg_id, &NmsMsgMeta::msgId, ANY);
+  visit("meta_str1", &P::meta_str1, &NmsMsgMeta::metaStr1);
+  visit("meta_str2", &P::meta_str2, &NmsMsgMeta::metaStr2);
+  visit("meta_str3", &P::meta_str3, &NmsMsgMeta::metaStr3);
+  visit("meta_str4", &P::meta_str4, &NmsMsgMeta::metaStr4);
+  visit("meta_int1", &P::meta_int1, &NmsMsgMeta::metaInt1, Range{0, 3});
+  visit("meta_int2", &P::meta_int2, &NmsMsgMeta::metaInt2, Range{0, 4});
+  visit("meta_int64_1", &P::meta_int64_1, &NmsMsgMeta::metaInt64_1, ANY_64);
+  visit("meta_int64_2", &P::meta_int64_2, &NmsMsgMeta::metaInt64_2, ANY_64);
+  visit("meta_flag1", &P::meta_flag1, &NmsMsgMeta::metaFlag1);
+  visit("meta_flag2", &P::meta_flag2, &NmsMsgMeta::metaFlag2);
+  visit("meta_flag3", &P::meta_flag3, &NmsMsgMeta::metaFlag3);
+}
+
+template <typename Visitor>
+void visit_message(Visitor& visit) {
+  using P = msg_message_item_t;
+  visit("msg_id", &P::msg_id, &Message::id, ANY);
+  visit("num_2", &P::num_2, &Message::num_c, Range{1, 3});
+  visit("text_3", &P::text_3, &Message::str_d);
+  visit("num_4", &P::num_4, &Message::num_b, ANY);
+  visit("num_5", &P::num_5, &Message::num_e, Range{1, 3});
+  visit("num_6", &P::num_6, &Message::num_f, Range{0, 5});
+  visit("network_status", &P::network_status, &Message::networkStatus, ANY);
+  visit("flag_8", &P::flag_8, &Message::flag_j, FLAG);
+  visit("time_sec", &P::time_sec, &Message::time_ms, ANY);
+  visit("num_10", &P::num_10, &Message::num_m, Range{0, 2});
+  visit("num_11", &P::num_11, &Message::num_h, ANY);
+  visit("num_12", &P::num_12, &Message::num_q, NOT_NEGATIVE);
+  visit("flag_13", &P::flag_13, &Message::flag_r, FLAG);
+  visit("num_14", &P::num_14, &Message::num_n, Range{0, 4});
+  visit("flag_15", &P::flag_15, &Message::flag_l, FLAG);
+  visit("flag_16", &P::flag_16, &Message::flag_k, FLAG);
+  visit("text_17", &P::text_17, &Message::str_o);
+  visit("text_18", &P::text_18, &Message::str_p);
+  visit("text_19", &P::text_19, &Message::str_s);
+}
+
+// Encoding.
+
+/// Takes the members of a public record.
+template <typename Public>
+class Encoder {
+ public:
+  explicit Encoder(const Public& record) : _record(record) {}
+
+  template <typename Member, typename... Rest>
+  void operator()(const char* name, Member member, const Rest&...) {
+    set(name, _record.*member);
+  }
+
+  template <typename T>
+  void set(const char* name, T value) {
+    _json[name] = value;
+  }
+  void set(const char* name, char* text) { _json[name] = text != nullptr ? Json(text) : Json(nullptr); }
+  void set(const char* name, Json json) { _json[name] = std::move(json); }
+
+  Json take() { return std::move(_json); }
+
+ private:
+  const Public& _record;
+  Json _json = Json::object();
+};
+
+Json encode(const msg_address_item_t& address) {
+  Encoder out(address);
+  visit_address(out);
+  return out.take();
+}
+
+Json encode(const msg_nms_content_meta_t& meta) {
+  Encoder out(meta);
+  visit_nms_content_meta(out);
+  return out.take();
+}
+
+Json encode(const msg_nms_msg_meta_data_t& meta) {
+  Encoder out(meta);
+  visit_nms_meta(out);
+  return out.take();
+}
+
+template <typename Public>
+Json encode_optional(const Public* record) {
+  return record != nullptr ? encode(*record) : Json(nullptr);
+}
+
+Json encode(const msg_content_item_t& content) {
+  Encoder out(content);
+  visit_content(out);
+  out.set("nms_content_meta", encode_optional(content.nms_content_meta));
+  return out.take();
+}
+
+template <typename Public>
+Json encode_list(const GSList* list) {
+  Json result = Json::array();
+  for (; list != nullptr; list = list->next) {
+    // An element for which memory ran out: the message is not whole.
+    if (list->data == nullptr) throw Refused();
+    result.push_back(encode(*static_cast<const Public*>(list->data)));
+  }
+  return result;
+}
+
+Json encode(const msg_message_item_t& message) {
+  Encoder out(message);
+  out.set("version", SERIALIZED_MESSAGE_VERSION);
+  visit_message(out);
+  out.set("address_list", encode_list<msg_address_item_t>(message.address_list));
+  out.set("content_list", encode_list<msg_content_item_t>(message.content_list));
+  out.set("nms_meta", encode_optional(message.nms_meta));
+  return out.take();
+}
+
+// Decoding.
+
+std::int64_t integer(const Json& value, Range range) {
+  const bool fits = value.is_number_unsigned() ? value.get<std::uint64_t>() <= static_cast<std::uint64_t>(INT64_MAX)
+                                               : value.is_number_integer();
+  if (!fits) throw Refused();
+  const auto number = value.get<std::int64_t>();
+  if (number < range.first || number > range.last) throw Refused();
+  return number;
+}
+
+std::string text(const Json& value) {
+  if (value.is_null()) return {};
+  // The records' texts end at a NUL.
+  if (!value.is_string() || !is_utf8(value.get_ref<const std::string&>())) throw Refused();
+  return value.get<std::string>();
+}
+
+/// Takes the members of a JSON object, and fills a store record. Members that nobody asked for are refused.
+template <typename Store>
+class Decoder {
+ public:
+  Decoder(const Json& json, Store& record) : _json(json), _record(record) {
+    if (!json.is_object()) throw Refused();
+  }
+
+  const Json& take(const char* name) {
+    const auto found = _json.find(name);
+    if (found == _json.end()) throw Refused();
+    ++_taken;
+    return *found;
+  }
+
+  template <typename PublicMember, typename StoreMember>
+  void operator()(const char* name, PublicMember, StoreMember member, Range range) {
+    const std::int64_t number = integer(take(name), range);
+    if constexpr (!std::is_same_v<StoreMember, Unmapped>) assign(_record.*member, number);
+  }
+
+  template <typename PublicMember, typename StoreMember>
+  void operator()(const char* name, PublicMember, StoreMember member) {
+    const Json& value = take(name);
+    if constexpr (std::is_same_v<StoreMember, bool Store::*>) {
+      if (!value.is_boolean()) throw Refused();
+      _record.*member = value.template get<bool>();
+    } else if constexpr (std::is_same_v<StoreMember, std::string Store::*>) {
+      _record.*member = text(value);
+    } else {
+      text(value);
+    }
+  }
+
+  void finish() const {
+    if (_taken != _json.size()) throw Refused();
+  }
+
+ private:
+  template <typename T>
+  void assign(T& target, std::int64_t number) {
+    target = static_cast<T>(number);
+  }
+
+  const Json& _json;
+  Store& _record;
+  std::size_t _taken = 0;
+};
+
+void decode(const Json& json, Address& address) {
+  Decoder in(json, address);
+  visit_address(in);
+  in.finish();
+}
+
+void decode(const Json& json, NmsMsgMeta& meta) {
+  Decoder in(json, meta);
+  visit_nms_meta(in);
+  in.finish();
+}
+
+// The store keeps no metadata of single parts.
+void check_nms_content_meta(const Json& json) {
+  Unmapped nothing;
+  Decoder in(json, nothing);
+  visit_nms_content_meta(in);
+  in.finish();
+}
+
+void decode(const Json& json, Content& content) {
+  Decoder in(json, content);
+  visit_content(in);
+  if (const Json& meta = in.take("nms_content_meta"); !meta.is_null()) check_nms_content_meta(meta);
+  in.finish();
+}
+
+template <typename Store>
+void decode_list(const Json& json, std::vector<Store>& list) {
+  if (!json.is_array()) throw Refused();
+  list.resize(json.size());
+  for (std::size_t i = 0; i < json.size(); ++i) decode(json[i], list[i]);
+}
+
+void decode(const Json& json, Message& message) {
+  Decoder in(json, message);
+  integer(in.take("version"), Range{SERIALIZED_MESSAGE_VERSION, SERIALIZED_MESSAGE_VERSION});
+  visit_message(in);
+  message.time_ms *= 1000;
+  decode_list(in.take("address_list"), message.addresses);
+  decode_list(in.take("content_list"), message.contents);
+  if (const Json& meta = in.take("nms_meta"); !meta.is_null()) decode(meta, message.nms_meta);
+  in.finish();
+}
+
+/// Watches a parse: refuses deep nesting and repeated members, of which the parser would keep the last.
+class StructureCheck {
+ public:
+  void operator()(int depth, Json::parse_event_t event, const Json& value) {
+    if (event == Json::parse_event_t::object_start || event == Json::parse_event_t::array_start) {
+      if (depth >= MAX_DEPTH) throw Refused();
+      _names.emplace_back();
+    } else if (event == Json::parse_event_t::object_end || event == Json::parse_event_t::array_end) {
+      _names.pop_back();
+    } else if (event == Json::parse_event_t::key) {
+      if (!_names.back().insert(value.get_ref<const std::string&>()).second) throw Refused();
+    }
+  }
+
+ private:
+  // The message, its list of parts, a part, the part's metadata.
+  static constexpr int MAX_DEPTH = 4;
+
+  std::vector<std::set<std::string>> _names;
+};
+
+Json parse(std::string_view text) {
+  StructureCheck check;
+  Json json = Json::parse(
+      text,
+      [&check](int depth, Json::parse_event_t event, Json& value) {
+        check(depth, event, value);
+        return true;
+      },
+      false);
+  if (json.is_discarded()) throw Refused();
+  return json;
+}
+
+}  // namespace
+
+std::optional<std::string> encode_message(const msg_message_item_t& message) try {
+  std::string text = encode(message).dump();
+  if (text.size() > MAX_SERIALIZED_SIZE) return std::nullopt;
+  return text;
+} catch (const Refused&) {
+  return std::nullopt;
+} catch (const Json::exception&) {
+  // A text that is not UTF-8.
+  return std::nullopt;
+}
+
+std::optional<Message> decode_message(std::string_view text) try {
+  // The parser would take a NUL for the end.
+  if (text.size() > MAX_SERIALIZED_SIZE || !is_utf8(text)) return std::nullopt;
+  Message message;
+  decode(parse(text), message);
+  return message;
+} catch (const Refused&) {
+  return std::nullopt;
+}
+
+}  // namespace msg_consumer::schema
