@@ -2,6 +2,7 @@
 #include <gio/gio.h>
 #include <msg-consumer-platform/app-control.h>
 
+#include <memory>
 #include <msg-consumer-platform/releaser.hpp>
 #include <new>
 
@@ -47,11 +48,11 @@ int app_control_create(app_control_h* app_control) {
   if (app_control == nullptr) {
     return APP_CONTROL_INVALID_ARGUMENT;
   }
-  auto* request = new (std::nothrow) app_control_s;
-  if (request == nullptr) {
+  std::unique_ptr<app_control_s> request(new (std::nothrow) app_control_s);
+  if (!request) {
     return APP_CONTROL_OUT_OF_MEMORY;
   }
-  *app_control = request;
+  *app_control = request.release();
   return APP_CONTROL_OK;
 }
 
@@ -90,6 +91,6 @@ int app_control_destroy(app_control_h app_control) {
   if (app_control == nullptr) {
     return APP_CONTROL_INVALID_ARGUMENT;
   }
-  delete app_control;
+  const std::unique_ptr<app_control_s> owner(app_control);
   return APP_CONTROL_OK;
 }

@@ -104,10 +104,10 @@ bool format_text(std::pmr::string& out, const char* format, std::va_list argumen
   std::va_list again;
   va_copy(again, arguments);
   out.resize(usual_length);
-  const int length = std::vsnprintf(out.data(), out.size() + 1, format, arguments);
+  int length = std::vsnprintf(out.data(), out.size() + 1, format, arguments);
   if (length > static_cast<int>(usual_length)) {
     out.resize(static_cast<std::size_t>(length));
-    std::vsnprintf(out.data(), out.size() + 1, format, again);
+    length = std::vsnprintf(out.data(), out.size() + 1, format, again);
   }
   va_end(again);
   if (length >= 0) {
@@ -192,9 +192,9 @@ bool write_all(std::string_view bytes) {
 
 bool write_to_stderr(std::pmr::string& line, const Priority& priority, std::string_view tag, std::string_view text) {
   std::array<char, 16> pid{};
-  const auto end = std::to_chars(pid.begin(), pid.end(), getpid()).ptr;
+  const char* pid_end = std::to_chars(pid.data(), pid.data() + pid.size(), getpid()).ptr;
   line.reserve(text.size() + tag.size() + 64);
-  line.append(1, priority.letter).append(1, '/').append(tag).append(1, '(').append(pid.begin(), end).append("): ");
+  line.append(1, priority.letter).append(1, '/').append(tag).append(1, '(').append(pid.cbegin(), pid_end).append("): ");
   if (!priority.colour.empty() && colours_wanted()) {
     append_coloured(line, text, priority.colour);
   } else {
