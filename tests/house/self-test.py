@@ -193,5 +193,18 @@ class Headers(CheckTest):
                 self.assert_fails(self.check(text), "header.hpp does not compile on its own")
 
 
+class Listings(CheckTest):
+    def check(self, text):
+        document = self.write("document.md", f"# Title\n\n```c\n{text}\n```\n")
+        compilers = [os.environ.get("CC", "cc"), os.environ.get("CXX", "c++")]
+        return self.run_check("check-listings", *compilers, "-Werror", "--", document)
+
+    def test_a_listing_that_compiles_passes(self):
+        self.assert_passes(self.check("int main(void) { return 0; }"))
+
+    def test_a_listing_that_does_not_compile_is_named_with_its_line(self):
+        self.assert_fails(self.check("int main(void) { return number; }"), "document.md:3: does not compile")
+
+
 if __name__ == "__main__":
     unittest.main()
