@@ -19,11 +19,11 @@ class Address {
   Address& operator=(Address&& other) noexcept;
   ~Address();
 
-  int num_a;            ///< row id
-  int num_b;            ///< kind: 1 phone number, 2 e-mail, 3 chat user
-  int num_c;            ///< role: 0 any, 1 from, 2 to, 3 cc
-  std::string address;  ///< the address itself
-  std::uint8_t flag_e;  ///< the device's own address
+  int num_a = 0;            ///< row id
+  int num_b = 0;            ///< kind: 1 phone number, 2 e-mail, 3 chat user
+  int num_c = 0;            ///< role: 0 any, 1 from, 2 to, 3 cc
+  std::string address;      ///< the address itself
+  std::uint8_t flag_e = 0;  ///< the device's own address
 };
 
 #pragma GCC visibility pop

@@ -37,18 +37,18 @@ class Content {
   Content& operator=(Content&& other) noexcept;
   ~Content();
 
-  int id;               ///< identifier of the part
-  int num_b;            ///< message id
-  std::uint8_t flag_c;  ///< is the body
-  std::uint8_t flag_d;  ///< is on the device
-  std::string str_e;    ///< MIME type
-  int kind;             ///< a `Kind`
-  Status status;        ///< transfer of the file
-  std::string str_g;    ///< file path
-  std::string str_h;    ///< file name
-  std::string str_i;    ///< path of the thumbnail
-  std::string str_j;    ///< content id within the message
-  std::string str_l;    ///< text of a text part
+  int id = 0;                   ///< identifier of the part
+  int num_b = 0;                ///< message id
+  std::uint8_t flag_c = 0;      ///< is the body
+  std::uint8_t flag_d = 0;      ///< is on the device
+  std::string str_e;            ///< MIME type
+  int kind = 0;                 ///< a `Kind`
+  Status status = STATUS_NONE;  ///< transfer of the file
+  std::string str_g;            ///< file path
+  std::string str_h;            ///< file name
+  std::string str_i;            ///< path of the thumbnail
+  std::string str_j;            ///< content id within the message
+  std::string str_l;            ///< text of a text part
 };
 
 #pragma GCC visibility pop

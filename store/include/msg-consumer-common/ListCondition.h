@@ -20,11 +20,11 @@ class ListCondition {
   ListCondition& operator=(ListCondition&& other) noexcept;
   ~ListCondition();
 
-  int flag_x;                   ///< 1 newest first, 0 oldest first
-  std::uint8_t flag_y;          ///< only unread messages
-  int num_type;                 ///< only messages of this type, 0 for every type
-  int num_a;                    ///< offset; negative is an invalid argument
-  int num_b;                    ///< limit, 0 for none; negative is an invalid argument
+  int flag_x = 1;               ///< 1 newest first, 0 oldest first
+  std::uint8_t flag_y = 0;      ///< only unread messages
+  int num_type = 0;             ///< only messages of this type, 0 for every type
+  int num_a = 0;                ///< offset; negative is an invalid argument
+  int num_b = 0;                ///< limit, 0 for none; negative is an invalid argument
   std::string keyword;          ///< substring of body, subject or any address, without regard to case
   std::vector<int> thread_ids;  ///< only messages of any of these threads, empty for every thread
 };

@@ -12,7 +12,7 @@ namespace msg_consumer {
 /// command; the lists of `ipc-commands.h` stand in another order.
 class MsgIPC {
  public:
-  enum IpcCommand {
+  enum IpcCommand : int {
     READ_MESSAGE = 0,
     READ_THREAD = 1,
     DELETE_MESSAGE = 2,

@@ -33,18 +33,18 @@ class NmsMsgMeta {
   NmsMsgMeta& operator=(NmsMsgMeta&& other) noexcept;
   ~NmsMsgMeta();
 
-  int msgId;                 ///< id of the local message
-  std::string metaStr1;      ///< object id
-  std::string metaStr2;      ///< correlation id
-  std::string metaStr3;      ///< folder path
-  std::string metaStr4;      ///< resource URL
-  std::int64_t metaInt64_1;  ///< last modified, in milliseconds since 1970
-  std::int64_t metaInt64_2;  ///< notified at, in milliseconds since 1970
-  int metaInt1;              ///< sync state: 0 in step, 1 sync required, 2 running, 3 failed
-  int metaInt2;              ///< download state: 0 none, 1 required, 2 running, 3 done, 4 failed
-  bool metaFlag1;            ///< seen
-  bool metaFlag2;            ///< deleted
-  bool metaFlag3;            ///< correlated with a local message
+  int msgId = 0;                 ///< id of the local message
+  std::string metaStr1;          ///< object id
+  std::string metaStr2;          ///< correlation id
+  std::string metaStr3;          ///< folder path
+  std::string metaStr4;          ///< resource URL
+  std::int64_t metaInt64_1 = 0;  ///< last modified, in milliseconds since 1970
+  std::int64_t metaInt64_2 = 0;  ///< notified at, in milliseconds since 1970
+  int metaInt1 = 0;              ///< sync state: 0 in step, 1 sync required, 2 running, 3 failed
+  int metaInt2 = 0;              ///< download state: 0 none, 1 required, 2 running, 3 done, 4 failed
+  bool metaFlag1 = false;        ///< seen
+  bool metaFlag2 = false;        ///< deleted
+  bool metaFlag3 = false;        ///< correlated with a local message
 };
 
 #pragma GCC visibility pop

@@ -19,21 +19,21 @@ class Thread {
   Thread& operator=(Thread&& other) noexcept;
   ~Thread();
 
-  int id;                ///< identifier of the thread
-  int num_b;             ///< number of unread messages
-  int num_c;             ///< type of the last message
-  int num_d;             ///< direction of the last message
-  std::uint8_t flag_e;   ///< has a draft
-  std::uint8_t flag_f;   ///< has a failed message
-  int num_g;             ///< number of all messages
-  int num_h;             ///< SIM index of the last message
-  int num_i;             ///< delivery of the last message
-  std::int64_t time_ms;  ///< time of the last message, in milliseconds since 1970
-  int num_k;             ///< number of participants
-  std::string str_m;     ///< title: the participants joined, or the group's name
-  std::string str_n;     ///< text of the last message
-  std::string str_o;     ///< group-chat id, empty for other threads
-  std::uint8_t flag_p;   ///< is a group chat
+  int id = 0;                ///< identifier of the thread
+  int num_b = 0;             ///< number of unread messages
+  int num_c = 0;             ///< type of the last message
+  int num_d = 0;             ///< direction of the last message
+  std::uint8_t flag_e = 0;   ///< has a draft
+  std::uint8_t flag_f = 0;   ///< has a failed message
+  int num_g = 0;             ///< number of all messages
+  int num_h = 0;             ///< SIM index of the last message
+  int num_i = 0;             ///< delivery of the last message
+  std::int64_t time_ms = 0;  ///< time of the last message, in milliseconds since 1970
+  int num_k = 0;             ///< number of participants
+  std::string str_m;         ///< title: the participants joined, or the group's name
+  std::string str_n;         ///< text of the last message
+  std::string str_o;         ///< group-chat id, empty for other threads
+  std::uint8_t flag_p = 0;   ///< is a group chat
 };
 
 #pragma GCC visibility pop

@@ -1,0 +1,81 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "connection.hpp"
+
+#include <sys/stat.h>
+
+#include <cerrno>
+
+#include "schema/schema.hpp"
+
+namespace msg_consumer::db {
+namespace {
+
+constexpr int BUSY_TIMEOUT_MS = 1000;
+
+bool is_missing(const std::string& path) {
+  struct stat status = {};
+  return stat(path.c_str(), &status) != 0 && (errno == ENOENT || errno == ENOTDIR);
+}
+
+// A database in WAL mode can't be read without its -wal and -shm files, unless the reader may make them.
+[[noreturn]] void fail_to_open(const std::string& path, const schema::SqliteError& error) {
+  if (is_missing(path)) {
+    throw StoreError(DB_NO_STORE, "there is no message store at " + path + ": the service has not run yet");
+  }
+  switch (error.primary()) {
+    case SQLITE_CANTOPEN:
+    case SQLITE_PERM:
+    case SQLITE_AUTH:
+    case SQLITE_READONLY:
+      throw StoreError(DB_NO_ACCESS, "the message store " + path + " or its -wal or -shm file may not be read");
+    case SQLITE_NOTADB:
+      throw StoreError(DB_CORRUPT, path + " is not a database");
+    default:
+      throw error;
+  }
+}
+
+bool is_fresh(sqlite3* database) {
+  schema::Statement statement(database, "SELECT count(*) FROM sqlite_schema");
+  return statement.step() && statement.integer(0) == 0;
+}
+
+void check_identity(sqlite3* database, const std::string& path) {
+  const schema::Identity identity = schema::read_identity(database);
+  const bool fresh = identity.application_id == 0 && identity.version == 0 && is_fresh(database);
+  if (identity.application_id != schema::APPLICATION_ID && !fresh) {
+    throw StoreError(DB_CORRUPT, path + " is a database of another application");
+  }
+  const std::string versions = "the message store has schema version " + std::to_string(identity.version) +
+                               ", this library reads version " + std::to_string(schema::SCHEMA_VERSION);
+  if (identity.version > schema::SCHEMA_VERSION) throw StoreError(DB_NEWER_SCHEMA, versions + ": update it");
+  if (identity.version < schema::SCHEMA_VERSION) throw StoreError(DB_OLDER_SCHEMA, versions + ": start the service");
+}
+
+schema::Database open(const std::string& path) try {
+  auto database = schema::open_database(path, SQLITE_OPEN_READONLY | SQLITE_OPEN_NOMUTEX);
+  sqlite3_busy_timeout(database.get(), BUSY_TIMEOUT_MS);
+  schema::execute(database.get(), "PRAGMA query_only = ON");
+  check_identity(database.get(), path);
+  return database;
+} catch (const schema::SqliteError& error) {
+  fail_to_open(path, error);
+}
+
+}  // namespace
+
+Connection::Connection(const std::string& path) : _database(open(path)) {}
+
+schema::Statement& Connection::statement(std::string_view sql) {
+  auto found = _statements.find(sql);
+  if (found == _statements.end()) found = _statements.emplace(sql, schema::Statement(_database.get(), sql)).first;
+  return found->second;
+}
+
+bool Connection::is_stale() const {
+  int moved = 0;
+  const int code = sqlite3_file_control(_database.get(), "main", SQLITE_FCNTL_HAS_MOVED, &moved);
+  return code != SQLITE_OK || moved != 0;
+}
+
+}  // namespace msg_consumer::db

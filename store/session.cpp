@@ -1,0 +1,190 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "session.hpp"
+
+#include <pthread.h>
+
+#include <algorithm>
+#include <atomic>
+#include <new>
+#include <optional>
+#include <system_error>
+#include <utility>
+#include <vector>
+
+#include "schema/schema.hpp"
+
+namespace msg_consumer::db {
+
+/// A thread's connection, open or not.
+class Reader {
+ public:
+  std::mutex busy;  ///< held by whoever uses or closes the connection
+  std::optional<Connection> connection;
+  std::atomic<bool> close_wanted = false;
+
+  /// Closes the connection if that is wanted and nobody uses it: whoever uses it calls this at the end.
+  void close_if_wanted() {
+    while (close_wanted) {
+      const std::unique_lock lock(busy, std::try_to_lock);
+      if (!lock) return;
+      if (close_wanted.exchange(false)) connection.reset();
+    }
+  }
+};
+
+namespace {
+
+/// All threads' readers.
+class Registry {
+ public:
+  void add(Reader* reader) {
+    const std::lock_guard lock(_mutex);
+    _readers.push_back(reader);
+  }
+
+  /// Forgets a reader and closes its connection.
+  void remove(Reader* reader) {
+    const std::lock_guard lock(_mutex);
+    _readers.erase(std::find(_readers.begin(), _readers.end(), reader));
+    reader->connection.reset();
+  }
+
+  void close_all() {
+    const std::lock_guard lock(_mutex);
+    for (auto* reader : _readers) {
+      reader->close_wanted = true;
+      reader->close_if_wanted();
+    }
+  }
+
+  // SQLite keeps one table of the process's file locks. A child inherits the table but not the locks, so that even a
+  // connection of its own would read unprotected from the writer. Therefore a process forks only with all connections
+  // closed; each thread opens its own again with its next query.
+  void before_fork() {
+    _mutex.lock();
+    for (auto* reader : _readers) {
+      reader->busy.lock();
+      reader->connection.reset();
+    }
+  }
+
+  void after_fork_in_parent() {
+    for (auto* reader : _readers) reader->busy.unlock();
+    _mutex.unlock();
+  }
+
+  // Of all threads only the one that forked lives on.
+  void after_fork_in_child(Reader* survivor) {
+    for (auto* reader : _readers) {
+      reader->busy.unlock();
+      const std::unique_ptr<Reader> orphan(reader != survivor ? reader : nullptr);
+    }
+    _readers.clear();
+    if (survivor != nullptr) _readers.push_back(survivor);
+    _mutex.unlock();
+  }
+
+ private:
+  std::mutex _mutex;
+  std::vector<Reader*> _readers;
+};
+
+// Never destroyed: threads may end, and queries may run, after the static objects are gone.
+Registry& registry() {
+  static Registry& instance = *std::make_unique<Registry>().release();
+  return instance;
+}
+
+// A plain pointer, which outlives the thread's objects with destructors.
+thread_local Reader* current_reader = nullptr;
+
+void register_fork_handlers() {
+  const int error = pthread_atfork([] { registry().before_fork(); }, [] { registry().after_fork_in_parent(); },
+                                   [] { registry().after_fork_in_child(current_reader); });
+  if (error != 0) throw std::system_error(error, std::generic_category());
+}
+
+class ThreadEnd {
+ public:
+  ThreadEnd() = default;
+  ThreadEnd(const ThreadEnd&) = delete;
+  ThreadEnd& operator=(const ThreadEnd&) = delete;
+  ~ThreadEnd() {
+    const std::unique_ptr<Reader> reader(std::exchange(current_reader, nullptr));
+    if (reader) registry().remove(reader.get());
+  }
+};
+
+Reader& this_threads_reader() {
+  if (current_reader == nullptr) {
+    static const bool prepared = (register_fork_handlers(), true);
+    static_cast<void>(prepared);
+    thread_local const ThreadEnd at_thread_end;
+    auto reader = std::make_unique<Reader>();
+    registry().add(reader.get());
+    current_reader = reader.release();
+  }
+  return *current_reader;
+}
+
+Status status_of(const schema::SqliteError& error) {
+  switch (error.primary()) {
+    case SQLITE_BUSY:
+    case SQLITE_LOCKED:
+    case SQLITE_PROTOCOL:
+      return DB_LOCKED;
+    case SQLITE_CORRUPT:
+    case SQLITE_NOTADB:
+      return DB_CORRUPT;
+    case SQLITE_CANTOPEN:
+    case SQLITE_PERM:
+    case SQLITE_AUTH:
+    case SQLITE_READONLY:
+      return DB_NO_ACCESS;
+    default:
+      return DB_FAILED;
+  }
+}
+
+}  // namespace
+
+Session::Session() : _reader(this_threads_reader()), _busy(_reader.busy) {}
+
+Session::~Session() {
+  _busy.unlock();
+  _reader.close_if_wanted();
+}
+
+Connection& Session::connection() {
+  if (_reader.connection && _reader.connection->is_stale()) _reader.connection.reset();
+  if (!_reader.connection) _reader.connection.emplace(schema::database_path());
+  return *_reader.connection;
+}
+
+void Session::drop() {
+  _reader.connection.reset();
+}
+
+void close_all_connections() noexcept {
+  registry().close_all();
+}
+
+int report_failure(const CallSite& site) noexcept {
+  try {
+    throw;
+  } catch (const StoreError& error) {
+    LOG_ERROR(site, "[ERROR] %s", error.what());
+    return error.status();
+  } catch (const schema::SqliteError& error) {
+    LOG_ERROR(site, "[ERROR] the message store cannot be read: %s (%d)", error.what(), error.code());
+    return status_of(error);
+  } catch (const std::bad_alloc&) {
+    LOG_ERROR(site, "[ERROR] out of memory");
+    return DB_OUT_OF_MEMORY;
+  } catch (const std::exception& error) {
+    LOG_ERROR(site, "[ERROR] %s", error.what());
+    return DB_FAILED;
+  }
+}
+
+}  // namespace msg_consumer::db
