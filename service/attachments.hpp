@@ -1,0 +1,30 @@
+// SPDX-License-Identifier: Apache-2.0
+#ifndef MSG_CONSUMER_SERVICE_ATTACHMENTS_HPP
+#define MSG_CONSUMER_SERVICE_ATTACHMENTS_HPP
+
+#include <msg-consumer-common/Message.h>
+
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "content-files.hpp"
+
+namespace msg_consumer::service {
+
+/// Splits paths at ';'. Refused: one that is empty or not absolute, for the service's working folder is not the
+/// caller's.
+std::vector<std::string> split_paths(std::string_view paths);
+
+/// Makes the message's text its body part; an empty text makes none.
+void append_text_part(Message& message);
+
+/// Makes each file a part.
+void append_file_parts(Message& message, const IncomingFiles& files);
+
+/// The first part that has a file. Throws the refusal when there is none.
+const Content& first_attachment(const Message& message);
+
+}  // namespace msg_consumer::service
+
+#endif

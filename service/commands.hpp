@@ -1,0 +1,108 @@
+// SPDX-License-Identifier: Apache-2.0
+#ifndef MSG_CONSUMER_SERVICE_COMMANDS_HPP
+#define MSG_CONSUMER_SERVICE_COMMANDS_HPP
+
+#include <functional>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "change.hpp"
+#include "clock.hpp"
+#include "content-files.hpp"
+#include "inbox.hpp"
+#include "network.hpp"
+#include "status.hpp"
+#include "store-writer.hpp"
+
+namespace msg_consumer::service {
+
+/// What became of a command: its status, and the change that is to be announced once the caller has its answer.
+struct Outcome {
+  Status status = STATUS_OK;
+  std::optional<Announcement> announcement = {};
+};
+
+/// As `Outcome`, for the commands that make a message; its id is 0 when they are refused.
+struct Creation {
+  Outcome outcome;
+  int message_id = 0;
+};
+
+/// A message that an application hands in.
+struct Submission {
+  std::string_view type;        ///< "sms" or "mms"
+  int thread_id;                ///< 0 or less: the thread of the recipients
+  std::string_view recipients;  ///< separated by ';'
+  std::string_view text;
+  std::string_view file_paths;  ///< of attachments, separated by ';'; an SMS has none
+  int sim_index;
+};
+
+/// The service's commands. Each runs whole or not at all, is on the disk when it returns, and answers a refusal or a
+/// failure with its status: none throws.
+class Commands {
+ public:
+  Commands(StoreWriter& store, ContentFiles& files, Inbox& inbox, Network& network, const Clock& clock);
+
+  // message-commands.cpp
+  Outcome read_message(int message_id, int is_nms);
+  Outcome delete_message(int message_id, int is_nms);
+  /// Stores a draft.
+  Creation add_message(const Submission& submission);
+  Creation send_message(const Submission& submission);
+  /// Sends a draft, or a message that failed.
+  Outcome resend_message(int message_id);
+  Outcome restore_block_message(int message_id);
+  Outcome export_to_phone(int message_id);
+  Outcome update_retrieve_mms_message(int message_id);
+
+  // thread-commands.cpp
+  Outcome read_thread(int thread_id);
+  Outcome delete_thread(int thread_id);
+  /// All of them or, when one is unknown, none. Locked messages stay, and so do their threads.
+  Outcome delete_threads(const std::vector<int>& thread_ids);
+  Outcome set_active_thread_id(int thread_id);
+  Outcome update_group_chat_address(int thread_id);
+
+  // content-commands.cpp
+  /// Copies the message's first attachment to a new file.
+  Outcome get_content_file(int message_id, std::string_view path);
+  /// Attaches a file to a draft or an outgoing message.
+  Outcome send_content_file(int message_id, std::string_view path);
+
+  // device-commands.cpp
+  Outcome show_on_device(int message_id);
+  Outcome send_change_sms_application_request(bool status);
+
+ private:
+  /// The door behind which exceptions end.
+  template <typename Work>
+  static Outcome guarded(Work&& work) noexcept {
+    try {
+      return {.announcement = work()};
+    } catch (...) {
+      return {.status = status_of_current_exception()};
+    }
+  }
+
+  /// Stores what `edit` makes of a message; `edit` returns whether it made a change, or throws a refusal.
+  Outcome edit_message(int message_id, const std::function<bool(Message&)>& edit, Change change = {}) noexcept;
+
+  Creation submit(const Submission& submission, int direction, int delivery) noexcept;
+  Creation store_new(const Submission& submission, int direction, int delivery);
+  StoredMessage compose(const Submission& submission, int direction, int delivery);
+  void append_parts(Message& message, std::string_view text, IncomingFiles& files);
+  ThreadInfo thread_for(const Submission& submission);
+
+  StoreWriter& _store;
+  ContentFiles& _files;
+  Inbox& _inbox;
+  Network& _network;
+  const Clock& _clock;
+};
+
+}  // namespace msg_consumer::service
+
+#endif

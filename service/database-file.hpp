@@ -1,0 +1,18 @@
+// SPDX-License-Identifier: Apache-2.0
+#ifndef MSG_CONSUMER_SERVICE_DATABASE_FILE_HPP
+#define MSG_CONSUMER_SERVICE_DATABASE_FILE_HPP
+
+#include <string>
+
+#include "schema/sqlite.hpp"
+
+namespace msg_consumer::service {
+
+/// Opens the database for its one writer: makes it when it is missing, migrates it, and sets it up so that what is
+/// committed survives and readers of other users get in at any time. Throws, and changes nothing, when the file is
+/// damaged, foreign or of a newer version.
+schema::Database open_database_file(const std::string& path);
+
+}  // namespace msg_consumer::service
+
+#endif

@@ -1,0 +1,28 @@
+// SPDX-License-Identifier: Apache-2.0
+#ifndef MSG_CONSUMER_SERVICE_DEVICE_REQUESTS_HPP
+#define MSG_CONSUMER_SERVICE_DEVICE_REQUESTS_HPP
+
+#include <cstdint>
+#include <string_view>
+
+#include "schema/sqlite.hpp"
+
+namespace msg_consumer::service {
+
+/// What was asked of the paired device; the newest requests are kept for whoever looks at them.
+class DeviceRequests {
+ public:
+  static constexpr std::int64_t CAPACITY = 1000;
+
+  explicit DeviceRequests(sqlite3* database);
+
+  void add(std::string_view request, int argument, std::int64_t time_ms);
+
+ private:
+  schema::Statement _add;
+  schema::Statement _trim;
+};
+
+}  // namespace msg_consumer::service
+
+#endif

@@ -1,0 +1,25 @@
+// SPDX-License-Identifier: Apache-2.0
+#ifndef MSG_CONSUMER_SERVICE_INSTANCE_LOCK_HPP
+#define MSG_CONSUMER_SERVICE_INSTANCE_LOCK_HPP
+
+#include <string>
+
+#include "file-descriptor.hpp"
+
+namespace msg_consumer::service {
+
+/// Held for the service's life, so that one database has one writer. The kernel drops it with the process, however
+/// that ends.
+class InstanceLock {
+ public:
+  /// Locks `<database>.lock`, which is made when it is missing and never removed. Throws `std::runtime_error` when
+  /// another instance holds it.
+  explicit InstanceLock(const std::string& database);
+
+ private:
+  FileDescriptor _file;
+};
+
+}  // namespace msg_consumer::service
+
+#endif

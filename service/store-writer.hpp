@@ -1,0 +1,60 @@
+// SPDX-License-Identifier: Apache-2.0
+#ifndef MSG_CONSUMER_SERVICE_STORE_WRITER_HPP
+#define MSG_CONSUMER_SERVICE_STORE_WRITER_HPP
+
+#include <optional>
+#include <string>
+
+#include "change-log.hpp"
+#include "device-requests.hpp"
+#include "messages.hpp"
+#include "schema/sqlite.hpp"
+#include "threads.hpp"
+
+namespace msg_consumer::service {
+
+/// The only writer of the message store.
+class StoreWriter {
+ public:
+  explicit StoreWriter(const std::string& path);
+  ~StoreWriter();
+  StoreWriter(const StoreWriter&) = delete;
+  StoreWriter& operator=(const StoreWriter&) = delete;
+
+  Threads& threads() { return _threads; }
+  Messages& messages() { return _messages; }
+  DeviceRequests& device_requests() { return _device_requests; }
+
+  /// Runs `work` in a transaction: committed when this returns, undone when it throws.
+  template <typename Work>
+  void transact(Work&& work) {
+    schema::Transaction transaction(_database.get());
+    work();
+    transaction.commit();
+  }
+
+  /// Runs `work` in a transaction and numbers the `std::optional<Change>` that it returns: committed when this returns,
+  /// undone when it throws or there is no change.
+  template <typename Work>
+  std::optional<Announcement> commit(Work&& work) {
+    schema::Transaction transaction(_database.get());
+    const std::optional<Change> change = work();
+    if (!change) {
+      return std::nullopt;
+    }
+    std::optional<Announcement> announcement = _change_log.append(*change);
+    transaction.commit();
+    return announcement;
+  }
+
+ private:
+  schema::Database _database;
+  Threads _threads;
+  Messages _messages;
+  ChangeLog _change_log;
+  DeviceRequests _device_requests;
+};
+
+}  // namespace msg_consumer::service
+
+#endif
