@@ -9,6 +9,7 @@
 #include <msg-consumer-platform/logging.hpp>
 
 #include "list-query.hpp"
+#include "queries.hpp"
 #include "rows.hpp"
 #include "schema/address.hpp"
 #include "schema/schema.hpp"
@@ -58,21 +59,6 @@ std::vector<Record> read_all(schema::Statement& statement) {
   while (statement.step()) read_row(statement, result.emplace_back());
   return result;
 }
-
-constexpr const char* SELECT_MESSAGE =
-    "SELECT " MESSAGE_COLUMNS " FROM message AS m LEFT JOIN nms_meta AS n ON n.id = m.nms_meta_id WHERE m.id = ?";
-constexpr const char* SELECT_CONVERSATION = "SELECT " ROW_COLUMNS " FROM message AS m WHERE m.id = ?";
-constexpr const char* SELECT_CONVERSATIONS =
-    "SELECT " ROW_COLUMNS " FROM message AS m WHERE m.thread_id = ? ORDER BY m.time_ms, m.id";
-constexpr const char* SELECT_THREAD = "SELECT " THREAD_COLUMNS " FROM thread WHERE id = ?";
-constexpr const char* SELECT_THREADS = "SELECT " THREAD_COLUMNS " FROM thread ORDER BY last_time_ms DESC, id DESC";
-// The thread is in the first row even when it has no addresses.
-constexpr const char* SELECT_ADDRESSES =
-    "SELECT " ADDRESS_COLUMNS
-    " FROM thread AS t LEFT JOIN thread_address AS a ON a.thread_id = t.id WHERE t.id = ? ORDER BY a.id";
-// Several groups may have the same participants, and a thread that is no group comes before them.
-constexpr const char* SELECT_THREAD_OF_ADDRESSES =
-    "SELECT id FROM thread WHERE address_key = ? ORDER BY is_group, id LIMIT 1";
 
 enum Direction { OUTGOING = 2 };
 

@@ -5,7 +5,7 @@
 #include <utility>
 
 #include "connection.hpp"
-#include "rows.hpp"
+#include "queries.hpp"
 #include "schema/text.hpp"
 
 namespace msg_consumer::db {

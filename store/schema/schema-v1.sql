@@ -49,7 +49,8 @@ CREATE TABLE message (
 ) STRICT;
 CREATE INDEX message_by_thread ON message (thread_id, time_ms, id);
 CREATE INDEX message_by_time ON message (time_ms, id);
-CREATE INDEX message_unread ON message (thread_id, id) WHERE is_read = 0;
+CREATE INDEX message_unread ON message (thread_id, time_ms, id) WHERE is_read = 0;
+CREATE INDEX message_unread_by_time ON message (time_ms, id) WHERE is_read = 0;
 CREATE INDEX message_in_flight ON message (delivery, id) WHERE delivery IN (1, 2);
 
 -- What a keyword is looked for in, folded. The index holds every run of three characters.
