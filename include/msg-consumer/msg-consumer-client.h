@@ -1,0 +1,211 @@
+/* SPDX-License-Identifier: Apache-2.0 */
+#ifndef MSG_CONSUMER_CLIENT_H
+#define MSG_CONSUMER_CLIENT_H
+
+/**
+ * @file
+ * The C API of the message consumer client: reading and changing the device's messages.
+ *
+ * An application connects, makes any number of calls, and disconnects. Queries read the message store directly and
+ * work without a connection. Every change is one call to the message consumer service, which owns the messages.
+ *
+ * Conventions
+ * -----------
+ * - **Status.** Every function that returns an `int` returns a `msg_consumer_error_e`. Each function's own text names
+ *   the codes that need a word; besides them, every change may return
+ *   `MSG_CONSUMER_ERROR_IPC_FAILED` (not connected, or no usable reply: the change may or may not have happened),
+ *   `MSG_CONSUMER_ERROR_OUT_OF_MEMORY` (also for text that is not UTF-8: nothing was sent),
+ *   `MSG_CONSUMER_ERROR_NO_DATA` (the service knows no such message or thread) and
+ *   `MSG_CONSUMER_ERROR_OPERATION_FAILED` (the service refused, for example because the command does not apply to
+ *   the message); every query may return `MSG_CONSUMER_ERROR_NO_DATA` (nothing found),
+ *   `MSG_CONSUMER_ERROR_OUT_OF_MEMORY` and `MSG_CONSUMER_ERROR_OPERATION_FAILED` (the store is missing, may not be
+ *   read, is damaged, is locked, or has another version; the log says which).
+ * - **NULL.** A required pointer that is NULL is refused with `MSG_CONSUMER_ERROR_INVALID_PARAMETER` before anything
+ *   is sent or allocated. The release functions accept NULL at every level.
+ * - **Outputs** are written on success only. The exception is the message id of the sending functions: it is written
+ *   whenever the service replied, whatever the status.
+ * - **Ownership.** Arguments stay the caller's. What a query fills is the caller's from then on and is released with
+ *   the function that the query names. Records and list handles must come zero-filled from the C heap (`calloc`):
+ *   they are released with `free`, and GLib must allocate from the system allocator, as it does since 2.46.
+ * - **Encoding.** All texts are UTF-8.
+ * - **Ids** are positive. They are never used twice.
+ * - **Blocking.** A change blocks for at most five seconds. A query waits at most one second for a lock.
+ * - **Threads.** The library starts no thread and no main loop. Connect, disconnect, subscribe and make changes from
+ *   one thread. Queries may run on any thread. Callbacks run on the thread that iterates the GLib main context which
+ *   was the thread-default one when the library connected; without such a loop there are no events.
+ */
+
+#include <msg-consumer/msg-consumer-error.h>
+#include <msg-consumer/msg-consumer-event.h>
+#include <msg-consumer/msg-consumer-record.h>
+
+#ifdef __cplusplus
+extern "C" {
+#endif
+
+#pragma GCC visibility push(default)
+
+/**
+ * @name Connection and events
+ * @{
+ */
+
+/**
+ * Connects to the service and opens the message store. Connecting again while connected succeeds and changes nothing.
+ *
+ * When the service is not ready it is asked to start, and the function returns `MSG_CONSUMER_ERROR_OPERATION_FAILED`
+ * at once: call again a little later. The same code stands for a readiness preference that cannot be read.
+ * `MSG_CONSUMER_ERROR_IPC_FAILED`: the system bus cannot be reached.
+ *
+ * The bus is told to deliver events without waiting for its answer: what happens before the first change made after
+ * connecting may pass unseen.
+ */
+int msg_consumer_connect(void);
+
+/** Drops all event callbacks and closes connection and store. Succeeds also when not connected. */
+int msg_consumer_disconnect(void);
+
+/**
+ * Has `cb` called for every event of a type, in the order of subscription. May be called before connecting. The same
+ * callback is held once per type: subscribing it again succeeds, and the first `user_data` stays.
+ *
+ * @param type  a `msg_consumer_event_type_e`; another value returns `MSG_CONSUMER_ERROR_OUT_OF_MEMORY`
+ */
+int msg_consumer_event_subscribe(int type, msg_consumer_event_cb cb, void* user_data);
+
+/**
+ * Takes a callback back. `MSG_CONSUMER_ERROR_OPERATION_FAILED`: it is not subscribed to the type. An unknown type
+ * returns `MSG_CONSUMER_ERROR_OUT_OF_MEMORY`.
+ */
+int msg_consumer_event_unsubscribe(int type, msg_consumer_event_cb cb);
+
+/**
+ * @}
+ * @name Changes to messages
+ * @{
+ */
+
+/** Marks a message read. */
+int msg_consumer_read_message(int msgId);
+
+/** Deletes a message. A locked one is refused with `MSG_CONSUMER_ERROR_OPERATION_FAILED`. */
+int msg_consumer_delete_message(int msgId);
+
+/**
+ * Sends a text message. It is queued when the function returns, and events tell how it fares.
+ *
+ * @param threadId   the thread to write in; 0 or less for the thread of the recipients, which is made when there is
+ *                   none
+ * @param recipient  the recipients' addresses, separated by ';'. With a positive thread id it is empty or names the
+ *                   thread's participants
+ * @param text       the text, may be empty
+ * @param simIndex   the SIM to send with
+ * @param msgId      receives the id of the new message
+ */
+int msg_consumer_send_message(int threadId, const char* recipient, const char* text, int simIndex, int* msgId);
+
+/** Sends a failed message again, or a draft. Another message is refused with `MSG_CONSUMER_ERROR_OPERATION_FAILED`. */
+int msg_consumer_resend_message(int msgId);
+
+/** Takes a message out of the blocked ones. */
+int msg_consumer_restore_block_message(int msgId);
+
+/** Asks the phone to store a message; `MSG_CONSUMER_EVENT_STORE_MESSAGE_RESULT` tells the outcome. */
+int msg_consumer_store_message(int msgId);
+
+/** Starts fetching the content of an MMS that was only notified. */
+int msg_consumer_update_retrieve_mms_message(int msgId);
+
+/**
+ * @}
+ * @name Queries
+ * @{
+ */
+
+/**
+ * Reads one message.
+ *
+ * @param msgId             the message
+ * @param unused1           ignored
+ * @param unused2           ignored
+ * @param msg_detail_info   zero-filled record to fill; release with msg_consumer_free_message_info()
+ */
+int msg_consumer_get_message(int msgId, int unused1, int unused2, msg_message_item_t* msg_detail_info);
+
+/** Reads one thread into a zero-filled record; release with msg_consumer_free_thread_info(). */
+int msg_consumer_get_thread_view(int threadId, msg_thread_view_t* thread_view);
+
+/**
+ * Reads one message as it is shown inside its thread into a zero-filled record; release with
+ * msg_consumer_free_conversation_info().
+ */
+int msg_consumer_get_conversation_view(int msgId, msg_conversation_view_t* conv_view);
+
+/**
+ * Appends all threads to a list, newest first, as `msg_thread_view_t`; release with msg_consumer_free_thread_list().
+ */
+int msg_consumer_get_thread_view_list(msg_list_handle_t* thread_view_list);
+
+/**
+ * Appends the messages of a thread to a list, oldest first, as `msg_conversation_view_t`; release with
+ * msg_consumer_free_conversation_list().
+ */
+int msg_consumer_get_conversation_view_list(int threadId, msg_list_handle_t* conv_view_list);
+
+/**
+ * Appends the messages that match a condition to a list, as `msg_message_item_t`; release with
+ * msg_consumer_free_message_list(). A condition with a negative offset or limit, or with a keyword that is not UTF-8,
+ * is refused with `MSG_CONSUMER_ERROR_INVALID_PARAMETER`.
+ */
+int msg_consumer_get_message_list(msg_list_handle_t* msg_item_list, msg_list_condition_t* condition);
+
+/**
+ * @}
+ * @name Releasing what queries filled
+ * Each takes the address of the caller's pointer and sets that pointer to NULL, except
+ * msg_consumer_free_content_item() and the two for single records of the network store.
+ * @{
+ */
+
+/** Releases a message with everything that belongs to it. */
+void msg_consumer_free_message_info(msg_message_item_t** message);
+
+/** Releases a list of messages and its handle. */
+void msg_consumer_free_message_list(msg_list_handle_t** list);
+
+/** Releases a thread. */
+void msg_consumer_free_thread_info(msg_thread_view_t** thread);
+
+/** Releases a list of threads and its handle. */
+void msg_consumer_free_thread_list(msg_list_handle_t** list);
+
+/** Releases a conversation entry with its parts. */
+void msg_consumer_free_conversation_info(msg_conversation_view_t** conversation);
+
+/** Releases a list of conversation entries and its handle. */
+void msg_consumer_free_conversation_list(msg_list_handle_t** list);
+
+/** Releases a condition and its keyword, which must be on the C heap. */
+void msg_consumer_free_condition_info(msg_list_condition_t** condition);
+
+/** Releases one part; the caller's pointer is not cleared. */
+void msg_consumer_free_content_item(msg_content_item_t* content);
+
+/** Releases metadata of the network store, the record included; the caller's pointer is not cleared. */
+void msg_consumer_free_nms_msg_meta_item(msg_nms_msg_meta_data_t* item);
+
+/** Releases a list of metadata of the network store and its handle. */
+void msg_consumer_free_nms_msg_meta_list(msg_list_handle_t** list);
+
+/** Releases a part's metadata of the network store; the caller's pointer is not cleared. */
+void msg_consumer_free_nms_content_meta_item(msg_nms_content_meta_t* item);
+
+/** @} */
+
+#pragma GCC visibility pop
+
+#ifdef __cplusplus
+}
+#endif
+
+#endif
