@@ -1,0 +1,300 @@
+// SPDX-License-Identifier: Apache-2.0
+#include <cstdlib>
+#include <functional>
+#include <memory>
+
+#include "client-test.hpp"
+
+#include <msg-consumer/msg-consumer-client.h>
+
+using testing::ElementsAre;
+using testing::IsEmpty;
+using testing::SizeIs;
+
+namespace {
+
+/// A list handle as an application makes one, released with its list function.
+class List {
+ public:
+  explicit List(void (*release)(msg_list_handle_t**))
+      : _handle(static_cast<msg_list_handle_t*>(std::calloc(1, sizeof(msg_list_handle_t)))), _release(release) {}
+  ~List() { _release(&_handle); }
+  List(const List&) = delete;
+  List& operator=(const List&) = delete;
+
+  msg_list_handle_t* handle() { return _handle; }
+  std::size_t size() const { return g_slist_length(_handle->list); }
+  template <typename Record>
+  Record* at(unsigned int index) {
+    return static_cast<Record*>(g_slist_nth_data(_handle->list, index));
+  }
+
+ private:
+  msg_list_handle_t* _handle;
+  void (*_release)(msg_list_handle_t**);
+};
+
+/// One query of the C API with good arguments. `run` returns the status and says how many records came out.
+struct QueryRow {
+  const char* name;
+  std::function<int(std::size_t& count)> run;
+  const char* function;
+  const char* query;  ///< as the failure line names it
+  const char* call;   ///< with its argument
+};
+
+void PrintTo(const QueryRow& row, std::ostream* out) { *out << row.name; }
+
+class Query : public ClientTest, public testing::WithParamInterface<QueryRow> {
+ protected:
+  Query() {
+    // Two of each: a query of a single record takes the first.
+    fake::store().messages.resize(2);
+    fake::store().threads.resize(2);
+    fake::store().conversations.resize(2);
+    fake::store().addresses.resize(2);
+    for (int i = 0; i < 2; ++i) {
+      fake::store().messages[i].id = i + 1;
+      fake::store().threads[i].id = i + 1;
+      fake::store().conversations[i].id = i + 1;
+      fake::store().addresses[i].num_a = i + 1;
+    }
+  }
+};
+
+TEST_P(Query, AsksTheStoreAndMapsEveryResult) {
+  for (const auto& [result, status] : STATUSES) {
+    SCOPED_TRACE(result);
+    LogCapture::instance().clear();
+    fake::store().calls.clear();
+    fake::store().result = result;
+    std::size_t count = 0;
+    EXPECT_EQ(GetParam().run(count), status);
+    EXPECT_THAT(fake::store().calls, ElementsAre(GetParam().call));
+    EXPECT_EQ(count != 0, result == 0) << "nothing is converted after a failure, though the store filled its output";
+    if (result == 0 || result == -1101) {
+      EXPECT_THAT(errors(), IsEmpty());
+    } else {
+      EXPECT_THAT(errors(), SizeIs(1));
+      expect_line(6, "[ERROR] " + std::string(GetParam().query) + "() failed: (" + std::to_string(result) + ")",
+                  "msg-consumer-client.cpp", GetParam().function);
+    }
+  }
+  EXPECT_THAT(fake::gio().calls, IsEmpty());
+  EXPECT_EQ(fake::gio().shared_connections, 0) << "reading needs no connection";
+}
+
+template <typename Record, typename Read>
+int read_one(std::size_t& count, Read read, void (*release)(Record**), int Record::*id) {
+  auto* record = static_cast<Record*>(std::calloc(1, sizeof(Record)));
+  const int status = read(record);
+  count = record->*id != 0 ? 1 : 0;
+  release(&record);
+  return status;
+}
+
+template <typename Read>
+int read_list(std::size_t& count, Read read, void (*release)(msg_list_handle_t**)) {
+  List list(release);
+  const int status = read(list.handle());
+  count = list.size();
+  return status;
+}
+
+msg_list_condition_t every_message() { return {}; }
+
+INSTANTIATE_TEST_SUITE_P(
+    Records, Query,
+    testing::Values(
+        QueryRow{"Message",
+                 [](std::size_t& count) {
+                   return read_one(
+                       count, [](msg_message_item_t* item) { return msg_consumer_get_message(7, 1, 2, item); },
+                       msg_consumer_free_message_info, &msg_message_item_t::msg_id);
+                 },
+                 "msg_consumer_get_message", "db_get_message", "db_get_message(7)"},
+        QueryRow{"Thread",
+                 [](std::size_t& count) {
+                   return read_one(
+                       count, [](msg_thread_view_t* view) { return msg_consumer_get_thread_view(7, view); },
+                       msg_consumer_free_thread_info, &msg_thread_view_t::thread_id);
+                 },
+                 "msg_consumer_get_thread_view", "db_get_thread", "db_get_thread(7)"},
+        QueryRow{"Conversation",
+                 [](std::size_t& count) {
+                   return read_one(
+                       count, [](msg_conversation_view_t* view) { return msg_consumer_get_conversation_view(7, view); },
+                       msg_consumer_free_conversation_info, &msg_conversation_view_t::msg_id);
+                 },
+                 "msg_consumer_get_conversation_view", "db_get_conversation", "db_get_conversation(7)"},
+        QueryRow{"ThreadList",
+                 [](std::size_t& count) {
+                   return read_list(count, msg_consumer_get_thread_view_list, msg_consumer_free_thread_list);
+                 },
+                 "msg_consumer_get_thread_view_list", "db_get_threads", "db_get_threads"},
+        QueryRow{"ConversationList",
+                 [](std::size_t& count) {
+                   return read_list(
+                       count, [](msg_list_handle_t* list) { return msg_consumer_get_conversation_view_list(-3, list); },
+                       msg_consumer_free_conversation_list);
+                 },
+                 "msg_consumer_get_conversation_view_list", "db_get_conversations", "db_get_conversations(-3)"},
+        QueryRow{"MessageList",
+                 [](std::size_t& count) {
+                   return read_list(
+                       count,
+                       [](msg_list_handle_t* list) {
+                         auto condition = every_message();
+                         return msg_consumer_get_message_list(list, &condition);
+                       },
+                       msg_consumer_free_message_list);
+                 },
+                 "msg_consumer_get_message_list", "db_get_message_list", "db_get_message_list"}),
+    [](const auto& row) { return row.param.name; });
+
+/// A query with a missing argument and the line that refuses it.
+struct MissingRow {
+  const char* name;
+  std::function<int()> run;
+  const char* function;
+  const char* error;
+};
+
+void PrintTo(const MissingRow& row, std::ostream* out) { *out << row.name; }
+
+class MissingOutput : public ClientTest, public testing::WithParamInterface<MissingRow> {};
+
+TEST_P(MissingOutput, IsRefusedBeforeTheStoreIsTouched) {
+  EXPECT_EQ(GetParam().run(), -11);
+  EXPECT_THAT(errors(), SizeIs(1));
+  expect_line(6, GetParam().error, "msg-consumer-client.cpp", GetParam().function);
+  EXPECT_THAT(fake::store().calls, IsEmpty());
+  EXPECT_EQ(fake::allocator().malloc0s, 0);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Queries, MissingOutput,
+    testing::Values(
+        MissingRow{"Message", [] { return msg_consumer_get_message(7, 1, 2, nullptr); }, "msg_consumer_get_message",
+                   "[ERROR] Invalid parameter: msg_detail_info is nullptr!"},
+        MissingRow{"Thread", [] { return msg_consumer_get_thread_view(7, nullptr); }, "msg_consumer_get_thread_view",
+                   "[ERROR] Invalid parameter: thread_view is nullptr!"},
+        MissingRow{"Conversation", [] { return msg_consumer_get_conversation_view(7, nullptr); },
+                   "msg_consumer_get_conversation_view", "[ERROR] Invalid parameter: conv_view is nullptr!"},
+        MissingRow{"ThreadList", [] { return msg_consumer_get_thread_view_list(nullptr); },
+                   "msg_consumer_get_thread_view_list", "[ERROR] Invalid parameter: thread_view_list is nullptr!"},
+        MissingRow{"ConversationList", [] { return msg_consumer_get_conversation_view_list(7, nullptr); },
+                   "msg_consumer_get_conversation_view_list", "[ERROR] Invalid parameter: conv_view_list is nullptr!"},
+        MissingRow{"MessageListAndCondition", [] { return msg_consumer_get_message_list(nullptr, nullptr); },
+                   "msg_consumer_get_message_list", "[ERROR] Invalid parameter: msg_item_list is nullptr!"},
+        MissingRow{"Condition",
+                   [] {
+                     List list(msg_consumer_free_message_list);
+                     return msg_consumer_get_message_list(list.handle(), nullptr);
+                   },
+                   "msg_consumer_get_message_list", "[ERROR] Invalid parameter: condition is nullptr!"}),
+    [](const auto& row) { return row.param.name; });
+
+using Lists = ClientTest;
+
+TEST_F(Lists, GrowBehindWhatTheyHoldAlready) {
+  fake::store().threads.resize(3);
+  for (int i = 0; i < 3; ++i) fake::store().threads[i].id = 10 + i;
+  List list(msg_consumer_free_thread_list);
+  EXPECT_EQ(msg_consumer_get_thread_view_list(list.handle()), 0);
+  EXPECT_EQ(msg_consumer_get_thread_view_list(list.handle()), 0);
+  ASSERT_EQ(list.size(), 6U);
+  for (unsigned int i = 0; i < 6; ++i)
+    EXPECT_EQ(list.at<msg_thread_view_t>(i)->thread_id, 10 + static_cast<int>(i % 3));
+}
+
+TEST_F(Lists, StayAsTheyWereWhenTheStoreFindsNothingToAppend) {
+  List list(msg_consumer_free_message_list);
+  auto condition = every_message();
+  EXPECT_EQ(msg_consumer_get_message_list(list.handle(), &condition), 0);
+  EXPECT_EQ(list.handle()->list, nullptr);
+}
+
+TEST_F(Lists, StayAsTheyWereAfterAFailure) {
+  fake::store().threads.resize(1);
+  List list(msg_consumer_free_thread_list);
+  ASSERT_EQ(msg_consumer_get_thread_view_list(list.handle()), 0);
+  const GSList* const before = list.handle()->list;
+  for (const int result : {-1101, -1, -4}) {
+    fake::store().result = result;
+    msg_consumer_get_thread_view_list(list.handle());
+    EXPECT_EQ(list.handle()->list, before);
+    EXPECT_EQ(list.size(), 1U);
+  }
+}
+
+TEST_F(Lists, HoldANullWhereARecordCouldNotBeAllocated) {
+  struct Row {
+    const char* function;
+    std::size_t size;
+    std::function<int(msg_list_handle_t*)> run;
+    void (*release)(msg_list_handle_t**);
+  };
+  fake::store().threads.resize(2);
+  fake::store().conversations.resize(2);
+  fake::store().messages.resize(2);
+  const std::vector<Row> rows = {
+      {"__convert_legacy_thread", sizeof(msg_thread_view_t), msg_consumer_get_thread_view_list,
+       msg_consumer_free_thread_list},
+      {"__convert_legacy_conversation", sizeof(msg_conversation_view_t),
+       [](msg_list_handle_t* list) { return msg_consumer_get_conversation_view_list(1, list); },
+       msg_consumer_free_conversation_list},
+      {"__convert_legacy_message", sizeof(msg_message_item_t),
+       [](msg_list_handle_t* list) {
+         auto condition = every_message();
+         return msg_consumer_get_message_list(list, &condition);
+       },
+       msg_consumer_free_message_list},
+  };
+  for (const auto& row : rows) {
+    SCOPED_TRACE(row.function);
+    LogCapture::instance().clear();
+    List list(row.release);
+    fake::allocator().failing_malloc0 = 0;
+    EXPECT_EQ(row.run(list.handle()), 0) << "the caller is not told";
+    ASSERT_EQ(list.size(), 2U);
+    EXPECT_EQ(list.at<void>(0), nullptr);
+    EXPECT_NE(list.at<void>(1), nullptr);
+    expect_line(6, "[ERROR] invalid parameter!", "msg-consumer-client.cpp", row.function);
+  }
+}
+
+using ListConditions = ClientTest;
+
+TEST_F(ListConditions, OfZerosAskForEveryMessageNewestFirst) {
+  List list(msg_consumer_free_message_list);
+  auto condition = every_message();
+  msg_consumer_get_message_list(list.handle(), &condition);
+  const auto& asked = fake::store().condition;
+  const msg_consumer::ListCondition untouched;
+  EXPECT_EQ(asked.flag_x, 1);
+  EXPECT_EQ(asked.flag_x, untouched.flag_x);
+  EXPECT_EQ(asked.flag_y, untouched.flag_y);
+  EXPECT_EQ(asked.num_type, untouched.num_type);
+  EXPECT_EQ(asked.num_a, untouched.num_a);
+  EXPECT_EQ(asked.num_b, untouched.num_b);
+  EXPECT_EQ(asked.keyword, "");
+  EXPECT_THAT(asked.thread_ids, IsEmpty());
+}
+
+TEST_F(ListConditions, AreHandedOnWithTheOrderInverted) {
+  List list(msg_consumer_free_message_list);
+  std::string keyword = "Grüße";
+  msg_list_condition_t condition = {3, 5, -7, keyword.data(), 1, 1};
+  msg_consumer_get_message_list(list.handle(), &condition);
+  const auto& asked = fake::store().condition;
+  EXPECT_EQ(asked.flag_x, 0);
+  EXPECT_EQ(asked.flag_y, 1);
+  EXPECT_EQ(asked.num_type, 0);
+  EXPECT_EQ(asked.num_a, 3);
+  EXPECT_EQ(asked.num_b, 5);
+  EXPECT_EQ(asked.keyword, "Grüße");
+  EXPECT_THAT(asked.thread_ids, ElementsAre(-7));
+}
+
+}  // namespace
