@@ -90,6 +90,7 @@ class Includes(CheckTest):
 
 class Exports(CheckTest):
     HEADER = """
+        #include <string>
         #pragma GCC visibility push(default)
         extern "C" {
         typedef struct { int number; } plain_record;
@@ -114,6 +115,7 @@ class Exports(CheckTest):
           Whole& operator=(const Whole& other);
           ~Whole() override;
           int operation() override;
+          std::string text() const;
           int small() const { return 1; }
           static Whole* instance;
           int number = 0;
@@ -130,6 +132,7 @@ class Exports(CheckTest):
         Whole::~Whole() = default;
         Whole& Whole::operator=(const Whole&) { return *this; }
         int Whole::operation() { return 0; }
+        std::string Whole::text() const { throw 0; }
         Whole* Whole::instance = nullptr;
         }
     """
@@ -152,6 +155,7 @@ class Exports(CheckTest):
             "outer::inner::function": "*inner8function*",
             "outer::inner::Whole::operation": "*Whole9operation*",
             "outer::inner::Whole::operator=": "*WholeaS*",
+            "outer::inner::Whole::text": "*Whole4text*",
             "outer::inner::Whole::instance": "*Whole8instance*",
         }
         for name, symbol in symbols.items():
