@@ -1,0 +1,64 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "msgctl/api.hpp"
+
+#include <cstdlib>
+#include <new>
+
+#include "msgctl/failure.hpp"
+
+namespace msgctl {
+namespace {
+
+// The releases of the library end in free(), so what it fills has to come from calloc().
+template <typename Owner>
+Owner zero_filled() {
+  using Record = typename Owner::element_type;
+  Owner record(static_cast<Record*>(std::calloc(1, sizeof(Record))));
+  if (!record) throw std::bad_alloc();
+  return record;
+}
+
+// The library answers an empty result as "no data", which for a list is nothing to complain of.
+void check_list(int status, const char* action) {
+  if (status != MSG_CONSUMER_ERROR_NO_DATA) check_query(status, {action, "such record", {}});
+}
+
+}  // namespace
+
+MessageItem get_message(int message_id) {
+  auto message = zero_filled<MessageItem>();
+  const std::string subject = "message " + std::to_string(message_id);
+  check_query(msg_consumer_get_message(message_id, 0, 0, message.get()),
+              {"read " + subject, subject, "'msgctl messages' lists the messages."});
+  return message;
+}
+
+ThreadList get_threads() {
+  auto handle = zero_filled<ThreadList::Handle>();
+  check_list(msg_consumer_get_thread_view_list(handle.get()), "list the threads");
+  return ThreadList(std::move(handle));
+}
+
+ConversationList get_conversation(int thread_id) {
+  auto handle = zero_filled<ConversationList::Handle>();
+  const std::string subject = "thread " + std::to_string(thread_id);
+  check_query(msg_consumer_get_conversation_view_list(thread_id, handle.get()),
+              {"read " + subject, subject, "'msgctl threads' lists the threads."});
+  return ConversationList(std::move(handle));
+}
+
+MessageList get_messages(const MessageFilter& filter) {
+  auto handle = zero_filled<MessageList::Handle>();
+  std::string keyword = filter.keyword;
+  msg_list_condition_t condition{};
+  condition.num_1 = filter.offset;
+  condition.num_2 = filter.limit;
+  condition.thread_id = filter.thread_id;
+  condition.keyword = keyword.empty() ? nullptr : keyword.data();
+  condition.flag_5 = filter.oldest_first ? 1 : 0;
+  condition.flag_6 = filter.unread_only ? 1 : 0;
+  check_list(msg_consumer_get_message_list(handle.get(), &condition), "list the messages");
+  return MessageList(std::move(handle));
+}
+
+}  // namespace msgctl

@@ -1,0 +1,79 @@
+// SPDX-License-Identifier: Apache-2.0
+#ifndef MSGCTL_API_HPP
+#define MSGCTL_API_HPP
+
+// The C API's records and lists with owners, and its queries with failures as exceptions.
+
+#include <msg-consumer/msg-consumer-client.h>
+
+#include <string>
+
+#include "msgctl/owned.hpp"
+
+namespace msgctl {
+
+using MessageItem = OwnedRecord<msg_message_item_t, msg_consumer_free_message_info>;
+
+/// The records of a list handle, as a range of `const Record&`.
+template <typename Record, auto release>
+class RecordList {
+ public:
+  using Handle = OwnedRecord<msg_list_handle_t, release>;
+
+  class Iterator {
+   public:
+    explicit Iterator(const GSList* node) : node_(node) { skip_missing(); }
+    const Record& operator*() const { return *static_cast<const Record*>(node_->data); }
+    Iterator& operator++() {
+      node_ = node_->next;
+      skip_missing();
+      return *this;
+    }
+    bool operator==(const Iterator&) const = default;
+
+   private:
+    // The library leaves a NULL element where it ran out of memory.
+    void skip_missing() {
+      while (node_ != nullptr && node_->data == nullptr) node_ = node_->next;
+    }
+    const GSList* node_;
+  };
+
+  explicit RecordList(Handle handle) : handle_(std::move(handle)) {}
+
+  [[nodiscard]] Iterator begin() const { return Iterator(handle_->list); }
+  [[nodiscard]] Iterator end() const { return Iterator(nullptr); }
+  [[nodiscard]] bool empty() const { return begin() == end(); }
+
+ private:
+  Handle handle_;
+};
+
+using MessageList = RecordList<msg_message_item_t, msg_consumer_free_message_list>;
+using ThreadList = RecordList<msg_thread_view_t, msg_consumer_free_thread_list>;
+using ConversationList = RecordList<msg_conversation_view_t, msg_consumer_free_conversation_list>;
+
+/// The messages to list. Nothing set means all of them, newest first.
+struct MessageFilter {
+  int offset = 0;
+  int limit = 0;
+  int thread_id = 0;
+  std::string keyword;
+  bool oldest_first = false;
+  bool unread_only = false;
+};
+
+MessageItem get_message(int message_id);
+
+/// Empty when there are none.
+ThreadList get_threads();
+
+/// Fails when there is no such thread.
+ConversationList get_conversation(int thread_id);
+
+/// Empty when none matches.
+MessageList get_messages(const MessageFilter& filter);
+
+}  // namespace msgctl
+
+#endif

@@ -1,0 +1,85 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "msgctl/bus.hpp"
+
+#include <utility>
+
+namespace msgctl {
+namespace {
+
+using BusConnection = Owned<GDBusConnection, g_object_unref>;
+using Value = Owned<GVariant, g_variant_unref>;
+using Error = Owned<GError, g_error_free>;
+using String = Owned<char, g_free>;
+
+constexpr int timeout_ms = 2000;
+
+std::string words_of(GError* error) {
+  const Error owned(error);
+  if (!owned) return "unknown error";
+  g_dbus_error_strip_remote_error(owned.get());
+  return owned->message;
+}
+
+BusConnection open_bus(std::string& problem) {
+  GError* error = nullptr;
+  const String address(g_dbus_address_get_for_bus_sync(G_BUS_TYPE_SYSTEM, nullptr, &error));
+  BusConnection bus;
+  if (address) {
+    const auto flags = static_cast<GDBusConnectionFlags>(G_DBUS_CONNECTION_FLAGS_AUTHENTICATION_CLIENT |
+                                                         G_DBUS_CONNECTION_FLAGS_MESSAGE_BUS_CONNECTION);
+    bus.reset(g_dbus_connection_new_for_address_sync(address.get(), flags, nullptr, nullptr, &error));
+  }
+  if (!bus) problem = words_of(error);
+  return bus;
+}
+
+// A call to the bus itself; null when it failed.
+Value ask(GDBusConnection* bus, const char* method, GVariant* arguments, const char* reply_type) {
+  const Owned<GVariantType, g_variant_type_free> type(g_variant_type_new(reply_type));
+  return Value(g_dbus_connection_call_sync(bus, "org.freedesktop.DBus", "/org/freedesktop/DBus", "org.freedesktop.DBus",
+                                           method, arguments, type.get(), G_DBUS_CALL_FLAGS_NONE, timeout_ms, nullptr,
+                                           nullptr));
+}
+
+int process_of_service(GDBusConnection* bus) {
+  const Value reply = ask(bus, "GetConnectionUnixProcessID", g_variant_new("(s)", service_name), "(u)");
+  guint32 process = 0;
+  if (reply) g_variant_get(reply.get(), "(u)", &process);
+  return static_cast<int>(process);
+}
+
+bool is_activatable(GDBusConnection* bus) {
+  const Value reply = ask(bus, "ListActivatableNames", nullptr, "(as)");
+  if (!reply) return false;
+  const Value names(g_variant_get_child_value(reply.get(), 0));
+  const Owned<const char*, g_free> list(g_variant_get_strv(names.get(), nullptr));
+  return g_strv_contains(list.get(), service_name);
+}
+
+void call_on_loss(GDBusConnection* /*bus*/, gboolean /*vanished*/, GError* /*error*/, gpointer on_loss) {
+  (*static_cast<std::function<void()>*>(on_loss))();
+}
+
+}  // namespace
+
+ServiceOnBus look_at_bus() {
+  ServiceOnBus service;
+  const BusConnection bus = open_bus(service.bus_error);
+  if (!bus) return service;
+  service.process_id = process_of_service(bus.get());
+  service.running = service.process_id != 0;
+  service.activatable = is_activatable(bus.get());
+  return service;
+}
+
+BusGuard::BusGuard(std::function<void()> on_loss) : on_loss_(std::move(on_loss)) {
+  std::string problem;
+  bus_ = open_bus(problem);
+  if (bus_) handler_ = g_signal_connect(bus_.get(), "closed", G_CALLBACK(call_on_loss), &on_loss_);
+}
+
+BusGuard::~BusGuard() {
+  if (bus_) g_signal_handler_disconnect(bus_.get(), handler_);
+}
+
+}  // namespace msgctl

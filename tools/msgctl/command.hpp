@@ -1,0 +1,53 @@
+// SPDX-License-Identifier: Apache-2.0
+#ifndef MSGCTL_COMMAND_HPP
+#define MSGCTL_COMMAND_HPP
+
+#include <CLI/CLI.hpp>
+
+#include <functional>
+#include <string>
+#include <vector>
+
+#include "msgctl/failure.hpp"
+#include "msgctl/output.hpp"
+#include "msgctl/terminal.hpp"
+
+namespace msgctl {
+
+/// What a command works with.
+struct Context {
+  Output& out;
+  Screen screen;
+  bool json = false;
+  ExitCode outcome = ExitCode::Ok;  ///< that of the first failure
+
+  /// Tells of a failure and goes on.
+  void report(const Failure& failure);
+};
+
+/// Runs a command whose arguments have been read.
+using Action = std::function<void(Context&)>;
+
+struct Command {
+  std::string name;
+  std::string summary;
+  std::string example;
+  /// Declares the arguments, and hands back what runs with them.
+  std::function<Action(CLI::App&)> configure;
+};
+
+/// Every command, in the order of the help.
+const std::vector<Command>& commands();
+
+/// Tells of a failure on the standard error, in words or as JSON.
+void print_failure(const Failure& failure, bool json);
+
+/// Accepts whole numbers from `minimum` on.
+CLI::Validator whole_number(int minimum, const std::string& description = "NUMBER");
+
+/// Accepts ids.
+inline CLI::Validator id_check() { return whole_number(1, "ID"); }
+
+}  // namespace msgctl
+
+#endif

@@ -1,0 +1,99 @@
+// SPDX-License-Identifier: Apache-2.0
+#include <msg-consumer/msg-consumer-client.h>
+
+#include <array>
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+#include <memory>
+#include <nlohmann/json.hpp>
+
+#include "msgctl/commands/commands.hpp"
+#include "msgctl/connection.hpp"
+#include "msgctl/json-text.hpp"
+#include "msgctl/text.hpp"
+
+namespace msgctl {
+namespace {
+
+constexpr std::size_t longest_text = std::size_t{8} * 1024 * 1024;
+
+struct SendArguments {
+  std::vector<std::string> recipients;
+  int thread_id = 0;
+  int sim = 0;
+  std::string text;
+};
+
+std::string read_standard_input() {
+  std::string text;
+  std::array<char, 65536> buffer{};
+  std::size_t count = 0;
+  while ((count = std::fread(buffer.data(), 1, buffer.size(), stdin)) > 0) {
+    text.append(buffer.data(), count);
+    if (text.size() > longest_text) {
+      throw Failure(ExitCode::Refused, "the text on the standard input is longer than 8 MiB");
+    }
+  }
+  if (std::ferror(stdin) != 0) {
+    throw Failure(ExitCode::Failed, std::string("cannot read the standard input: ") + std::strerror(errno));
+  }
+  return text;
+}
+
+// The newline that ends the last line of a pipe is not meant to be sent.
+std::string text_to_send(const std::string& argument) {
+  if (argument != "-") return argument;
+  std::string text = read_standard_input();
+  if (text.ends_with('\n')) text.pop_back();
+  return text;
+}
+
+void check_sendable(const std::string& text, const char* what) {
+  if (is_sendable(text)) return;
+  throw Failure(ExitCode::Refused, std::string(what) + " is not UTF-8, so nothing was sent",
+                "Convert it first, for example with 'iconv -t UTF-8'.");
+}
+
+std::string joined(const std::vector<std::string>& recipients) {
+  std::string result;
+  for (const std::string& recipient : recipients) {
+    if (!result.empty()) result += ';';
+    result += recipient;
+  }
+  return result;
+}
+
+int send(const SendArguments& arguments) {
+  const std::string recipients = joined(arguments.recipients), text = text_to_send(arguments.text);
+  check_sendable(recipients, "an address");
+  check_sendable(text, "the text");
+  const Connection connection;
+  int message_id = 0;
+  check_command(
+      msg_consumer_send_message(arguments.thread_id, recipients.c_str(), text.c_str(), arguments.sim, &message_id),
+      {"send the message", "thread " + std::to_string(arguments.thread_id), "'msgctl threads' lists the threads."});
+  return message_id;
+}
+
+}  // namespace
+
+Action configure_send(CLI::App& app) {
+  auto arguments = std::make_shared<SendArguments>();
+  CLI::Option_group* receivers = app.add_option_group("Receivers", "At least one of");
+  receivers->require_option(1, 0);
+  receivers->add_option("--to", arguments->recipients, "A receiver's address; may be repeated")
+      ->allow_extra_args(false)
+      ->check(CLI::Validator([](std::string& address) { return address.empty() ? "the address is empty" : ""; },
+                             "ADDRESS"));
+  receivers->add_option("--thread", arguments->thread_id, "Write in this thread")->check(id_check());
+  app.add_option("--sim", arguments->sim, "The SIM to send with")->check(whole_number(0));
+  app.add_option("TEXT", arguments->text, "The text; - reads it from the standard input")->required();
+  return [arguments](Context& context) {
+    const int id = send(*arguments);
+    context.json ? write_json_item(context.out, "sent", json_text(nlohmann::ordered_json{{"message_id", id}}))
+                 : context.out.write("sent as message " + std::to_string(id) + "\n");
+  };
+}
+
+}  // namespace msgctl

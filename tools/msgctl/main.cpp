@@ -1,0 +1,161 @@
+// SPDX-License-Identifier: Apache-2.0
+#include <unistd.h>
+
+#include <CLI/CLI.hpp>
+
+#include <algorithm>
+#include <csignal>
+#include <cstdlib>
+#include <map>
+#include <new>
+
+#include "msgctl/command.hpp"
+#include "msgctl/version.hpp"
+
+namespace {
+
+using msgctl::ExitCode;
+using msgctl::Failure;
+
+constexpr const char* footer =
+    "Exit status:\n"
+    "  0  done\n"
+    "  1  failed\n"
+    "  2  the command line was not understood\n"
+    "  3  no such message or thread\n"
+    "  4  the service or the message bus cannot be reached\n"
+    "  5  refused: by the service, or for an invalid argument\n"
+    "  6  not supported on this device\n"
+    "\n"
+    "'msgctl COMMAND --help' shows a command's options and an example.\n";
+
+// The command line as declared, and the command that was found on it.
+class CommandLine {
+ public:
+  CommandLine() {
+    app_.set_version_flag("--version", std::string("msgctl ") + msgctl::version);
+    app_.add_flag("--json", json_, "Print JSON, for programs");
+    app_.add_flag("--debug", debug_, "Print the library's log on the standard error");
+    app_.require_subcommand(1);
+    // Options for every command may stand behind the command, too.
+    app_.fallthrough();
+    app_.footer(footer);
+    for (const msgctl::Command& command : msgctl::commands()) add(command);
+  }
+
+  void parse(int argc, char** argv) { app_.parse(argc, argv); }
+  int print_help(const CLI::Success& request) { return app_.exit(request); }
+
+  [[nodiscard]] bool json() const { return json_; }
+  [[nodiscard]] bool debug() const { return debug_; }
+
+  // The name of the command that was found, also where its arguments were not understood.
+  [[nodiscard]] std::string found() const {
+    std::string name;
+    for (const CLI::App* app = &app_; !app->get_subcommands().empty();) {
+      app = app->get_subcommands().front();
+      name += (name.empty() ? "" : " ") + app->get_name();
+    }
+    return name;
+  }
+
+  void run(msgctl::Context& context) const {
+    const auto chosen = std::find_if(entries_.begin(), entries_.end(), [](const Entry& e) { return e.app->parsed(); });
+    if (chosen != entries_.end()) chosen->action(context);
+  }
+
+ private:
+  struct Entry {
+    CLI::App* app;
+    msgctl::Action action;
+  };
+
+  // A name of two words, such as "thread read", is a command in a group.
+  CLI::App& group_of(const std::string& name, std::string& last_word) {
+    const std::size_t blank = name.find(' ');
+    last_word = name.substr(blank == std::string::npos ? 0 : blank + 1);
+    if (blank == std::string::npos) return app_;
+    CLI::App*& group = groups_[name.substr(0, blank)];
+    if (group == nullptr) group = app_.add_subcommand(name.substr(0, blank))->require_subcommand(1);
+    return *group;
+  }
+
+  void add(const msgctl::Command& command) {
+    std::string name;
+    CLI::App& group = group_of(command.name, name);
+    CLI::App* app = group.add_subcommand(name, command.summary);
+    app->footer("Example:\n  " + command.example + "\n");
+    entries_.push_back({app, command.configure(*app)});
+  }
+
+  CLI::App app_{"Read, write and watch the device's messages.", "msgctl"};
+  std::map<std::string, CLI::App*> groups_;
+  std::vector<Entry> entries_;
+  bool json_ = false;
+  bool debug_ = false;
+};
+
+// The library's own log is for developers; people get this tool's words. What the user has set stands.
+void set_log_level(bool debug) {
+  static_cast<void>(setenv("MSG_CONSUMER_LOG_LEVEL", debug ? "3" : "7", debug ? 1 : 0));
+}
+
+ExitCode run(const CommandLine& command_line) {
+  set_log_level(command_line.debug());
+  msgctl::Output out;
+  msgctl::Context context{out, msgctl::screen_of(STDOUT_FILENO), command_line.json()};
+  try {
+    command_line.run(context);
+  } catch (const Failure& failure) {
+    context.report(failure);
+  } catch (const std::bad_alloc&) {
+    context.report(Failure(ExitCode::Failed, "out of memory"));
+  }
+  out.flush();
+  return context.outcome;
+}
+
+// The library of the command line only finds that a command is missing where one is misspelt.
+Failure failure_of(const CLI::ParseError& error, const CommandLine& command_line, int argc, char** argv) {
+  const std::string command = command_line.found();
+  if (!command.empty()) {
+    return {ExitCode::Usage, error.what(), "'msgctl " + command + " --help' shows how it is used."};
+  }
+  const auto is_word = [](std::string_view argument) { return !argument.starts_with('-'); };
+  char** const word = std::find_if(argv + 1, argv + argc, is_word);
+  const std::string what = word != argv + argc ? std::string("there is no command '") + *word + "'" : error.what();
+  return {ExitCode::Usage, what, "'msgctl --help' lists the commands."};
+}
+
+// Errors of the command line itself may leave the options unread.
+bool asks_for_json(int argc, char** argv) {
+  return std::find(argv, argv + argc, std::string_view("--json")) != argv + argc;
+}
+
+ExitCode parse_and_run(int argc, char** argv) {
+  CommandLine command_line;
+  try {
+    command_line.parse(argc, argv);
+  } catch (const CLI::Success& request) {
+    return static_cast<ExitCode>(command_line.print_help(request));
+  } catch (const CLI::ParseError& error) {
+    msgctl::print_failure(failure_of(error, command_line, argc, argv), asks_for_json(argc, argv));
+    return ExitCode::Usage;
+  }
+  return run(command_line);
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  // A reader that leaves is noticed when writing; GIO ignores the signal from its first connection on anyway.
+  static_cast<void>(std::signal(SIGPIPE, SIG_IGN));
+  try {
+    return static_cast<int>(parse_and_run(argc, argv));
+  } catch (const msgctl::OutputClosed&) {
+    return static_cast<int>(ExitCode::Ok);
+  } catch (const std::exception& error) {
+    msgctl::print_failure(Failure(ExitCode::Failed, error.what()), false);
+    return static_cast<int>(ExitCode::Failed);
+  }
+}

@@ -1,0 +1,46 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "msgctl/output.hpp"
+
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+
+#include "msgctl/failure.hpp"
+
+namespace msgctl {
+namespace {
+
+[[noreturn]] void fail(int error) {
+  if (error == EPIPE) throw OutputClosed();
+  throw Failure(ExitCode::Failed, std::string("cannot write the output: ") + std::strerror(error));
+}
+
+std::string opening(std::string_view kind) { return R"({"version":1,"kind":")" + std::string(kind) + "\","; }
+
+}  // namespace
+
+void Output::write(std::string_view text) {
+  errno = 0;
+  if (std::fwrite(text.data(), 1, text.size(), stdout) != text.size()) fail(errno);
+}
+
+void Output::flush() {
+  errno = 0;
+  if (std::fflush(stdout) != 0) fail(errno);
+}
+
+JsonList::JsonList(Output& out, std::string_view kind) : out_(out) { out_.write(opening(kind) + "\"items\":["); }
+
+void JsonList::add(const std::string& item) {
+  out_.write(empty_ ? "\n" : ",\n");
+  out_.write(item);
+  empty_ = false;
+}
+
+void JsonList::end() { out_.write(empty_ ? "]}\n" : "\n]}\n"); }
+
+void write_json_item(Output& out, std::string_view kind, const std::string& item) {
+  out.write(opening(kind) + "\"item\":" + item + "}\n");
+}
+
+}  // namespace msgctl

@@ -1,0 +1,18 @@
+// SPDX-License-Identifier: Apache-2.0
+#ifndef MSGCTL_RECORD_JSON_HPP
+#define MSGCTL_RECORD_JSON_HPP
+
+#include <msg-consumer/msg-consumer-record.h>
+
+#include <string>
+
+namespace msgctl {
+
+/// Each record as one JSON object on one line.
+std::string json_of(const msg_message_item_t& message);
+std::string json_of(const msg_conversation_view_t& message);
+std::string json_of(const msg_thread_view_t& thread);
+
+}  // namespace msgctl
+
+#endif

@@ -1,0 +1,55 @@
+// SPDX-License-Identifier: Apache-2.0
+#ifndef MSGCTL_TABLE_HPP
+#define MSGCTL_TABLE_HPP
+
+#include <cstddef>
+#include <string>
+#include <vector>
+
+#include "msgctl/terminal.hpp"
+
+namespace msgctl {
+
+enum class Align { Left, Right };
+
+struct Column {
+  std::string title;
+  Align align = Align::Left;
+  /// How narrow the column may get when the table is too wide; 0 for one that is shortened only as a last resort.
+  std::size_t minimum = 0;
+};
+
+struct Cell {
+  std::string text;
+  Style style = Style::Plain;
+};
+
+using Row = std::vector<Cell>;
+
+/// The widths that make columns of these natural widths, two blanks apart, fit into `available` columns.
+std::vector<std::size_t> fitted_widths(const std::vector<Column>& columns, std::vector<std::size_t> widths,
+                                       std::size_t available);
+
+/// Aligned columns that fit a screen. Rows are measured first and printed afterwards one at a time, so that a long
+/// list never exists a second time as cells.
+class Table {
+ public:
+  Table(std::vector<Column> columns, const Screen& screen);
+
+  void measure(const Row& row);
+
+  /// Chooses the widths; from now on lines can be made.
+  void settle();
+
+  [[nodiscard]] std::string header() const;
+  [[nodiscard]] std::string line(const Row& row) const;
+
+ private:
+  std::vector<Column> columns_;
+  Screen screen_;
+  std::vector<std::size_t> widths_;
+};
+
+}  // namespace msgctl
+
+#endif
