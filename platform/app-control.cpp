@@ -24,11 +24,7 @@ Connection open_private_connection() {
   }
   constexpr auto flags = static_cast<GDBusConnectionFlags>(G_DBUS_CONNECTION_FLAGS_AUTHENTICATION_CLIENT |
                                                            G_DBUS_CONNECTION_FLAGS_MESSAGE_BUS_CONNECTION);
-  Connection connection(g_dbus_connection_new_for_address_sync(address.get(), flags, nullptr, nullptr, nullptr));
-  if (connection) {
-    g_dbus_connection_set_exit_on_close(connection.get(), FALSE);
-  }
-  return connection;
+  return Connection(g_dbus_connection_new_for_address_sync(address.get(), flags, nullptr, nullptr, nullptr));
 }
 
 // A call would wait until the application owns its name; without a reply, the bus has the request once it is flushed.
