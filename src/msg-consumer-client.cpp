@@ -12,7 +12,10 @@
 
 #include <msg-consumer-common/common_util.h>
 #include <msg-consumer-common/db.h>
+#include <msg-consumer/ipc/CContentSync.h>
 #include <msg-consumer/ipc/CMessageSync.h>
+#include <msg-consumer/ipc/CRequestSync.h>
+#include <msg-consumer/ipc/CThreadSync.h>
 #include <msg-consumer/ipc/IPCProxy.h>
 #include <msg-consumer-platform/logging.hpp>
 
@@ -29,6 +32,8 @@ namespace {
 constexpr int RESULT_OK = 0;
 constexpr int RESULT_NO_INSTANCE = -2;
 constexpr int RESULT_NO_RECORD = -1101;
+
+constexpr const char* PREFERENCE_SENDING_MMS = "consumer_preference_bool_support_sending_mms";
 
 /// The status code for a result of the proxy, the request classes, the store or the service.
 int status_of(int result) {
@@ -80,6 +85,23 @@ int with_proxy(const CallSite& site, const char* name, Operation operation) {
   const int result = proxy != nullptr ? operation(*proxy) : RESULT_NO_INSTANCE;
   if (result != RESULT_OK) LOG_ERROR(site, "[ERROR] %s() failed: (%d)", name, result);
   return status_of(result);
+}
+
+const char* or_empty(const char* text) { return text != nullptr ? text : ""; }
+
+/// Whether MMS may be sent: 0, or the status that says why not. Asked anew every time, so that a change counts at once.
+int mms_status(const CallSite& site, const char* not_supported) {
+  bool is_supported = false;
+  if (const int result = preference_get_boolean(PREFERENCE_SENDING_MMS, &is_supported); result != 0) {
+    // The text names the integer getter, here too.
+    LOG_ERROR(site, "[ERROR] preference_get_int() for (%s) failed: (%d) ", PREFERENCE_SENDING_MMS, result);
+    return MSG_CONSUMER_ERROR_OPERATION_FAILED;
+  }
+  if (!is_supported) {
+    LOG_ERROR(site, "%s", not_supported);
+    return MSG_CONSUMER_ERROR_MMS_NOT_SUPPORTED;
+  }
+  return MSG_CONSUMER_ERROR_NONE;
 }
 
 // ---- Conversions: store records to public records ----
@@ -469,6 +491,19 @@ int msg_consumer_send_message(int threadId, const char* recipient, const char* t
   });
 }
 
+int msg_consumer_send_mms(int threadId, const char* recipient, const char* text, const char* filepath, int simIndex,
+                          int* msgId) {
+  if (recipient == nullptr) return refuse(HERE, "[ERROR] Invalid parameter: recipient is nullptr!");
+  if (text == nullptr && filepath == nullptr) {
+    return refuse(HERE, "[ERROR] Invalid parameters: filepath and message is nullptr!");
+  }
+  if (msgId == nullptr) return refuse(HERE, "[ERROR] Invalid parameter: msgId is nullptr!");
+  if (const int status = mms_status(HERE, "[ERROR] Sending mms is not supported"); status != 0) return status;
+  return command<CMessageSync>(HERE, "IMessageSync::sendMessage", [&](IMessageSync& request) {
+    return request.sendMessage("mms", threadId, recipient, or_empty(text), or_empty(filepath), simIndex, msgId);
+  });
+}
+
 int msg_consumer_resend_message(int msgId) {
   return command<CMessageSync>(HERE, "IMessageSync::resendMessage",
                                [&](IMessageSync& request) { return request.resendMessage(msgId); });
@@ -487,6 +522,63 @@ int msg_consumer_store_message(int msgId) {
 int msg_consumer_update_retrieve_mms_message(int msgId) {
   return command<CMessageSync>(HERE, "IMessageSync::updateRetrieveMMSMessage",
                                [&](IMessageSync& request) { return request.updateRetrieveMMSMessage(msgId); });
+}
+
+// ---- Changes to threads ----
+
+int msg_consumer_read_thread_message(int threadId) {
+  return command<CThreadSync>(HERE, "IThreadSync::readThread",
+                              [&](IThreadSync& request) { return request.readThread(threadId); });
+}
+
+int msg_consumer_delete_thread(int threadId) {
+  return command<CThreadSync>(HERE, "IThreadSync::deleteThread",
+                              [&](IThreadSync& request) { return request.deleteThread(threadId); });
+}
+
+int msg_consumer_delete_threads(const int* threadIds, int count) {
+  if (threadIds == nullptr) return refuse(HERE, "[ERROR] Invalid parameter: threadId_array is nullptr!");
+  if (count < 1) {
+    LOG_ERROR(HERE, "[ERROR] Invalid parameter: count:(%d)", count);
+    return MSG_CONSUMER_ERROR_INVALID_PARAMETER;
+  }
+  return command<CThreadSync>(HERE, "IThreadSync::deleteThreads", [&](IThreadSync& request) {
+    return request.deleteThreads(std::vector<int>(threadIds, threadIds + count));
+  });
+}
+
+int msg_consumer_set_active_thread_id(int threadId) {
+  return command<CThreadSync>(HERE, "syncManager->setActiveThread",
+                              [&](IThreadSync& request) { return request.setActiveThread(threadId); });
+}
+
+int msg_consumer_update_group_chat_address(int threadId) {
+  return command<CThreadSync>(HERE, "IThreadSync::updateGroupchatThread",
+                              [&](IThreadSync& request) { return request.updateGroupchatThread(threadId); });
+}
+
+// ---- Content files and the paired device ----
+
+int msg_consumer_get_content_file(int msgId, const char* peerFilepath) {
+  if (peerFilepath == nullptr) return refuse(HERE, "[ERROR] Invalid parameter: peerFilepath is nullptr!");
+  return command<CContentSync>(HERE, "syncManager->getContentFile",
+                               [&](IContentSync& request) { return request.getContentFile(msgId, peerFilepath); });
+}
+
+int msg_consumer_send_content_file(int msgId, const char* filepath) {
+  if (filepath == nullptr) return refuse(HERE, "[ERROR] Invalid parameter: filepath is nullptr!");
+  return command<CContentSync>(HERE, "IContentSync::sendContentFile",
+                               [&](IContentSync& request) { return request.sendContentFile(msgId, filepath); });
+}
+
+int msg_consumer_send_show_on_device(int msgId) {
+  return command<CRequestSync>(HERE, "CRequestSync::showOnDevice",
+                               [&](IRequestSync& request) { return request.showOnDevice(msgId); });
+}
+
+int msg_consumer_send_change_sms_application_request(bool status) {
+  return command<CRequestSync>(HERE, "IRequestSync::reqChangeDefaultSmsApplication",
+                               [&](IRequestSync& request) { return request.reqChangeDefaultSmsApplication(status); });
 }
 
 // ---- Queries ----
@@ -520,6 +612,13 @@ int msg_consumer_get_conversation_view_list(int threadId, msg_list_handle_t* con
       __convert_legacy_conversation, conv_view_list);
 }
 
+int msg_consumer_get_address_list(int threadId, msg_list_handle_t* addr_list) {
+  if (addr_list == nullptr) return refuse(HERE, "[ERROR] Invalid parameter: addr_list is nullptr!");
+  return query_list(
+      HERE, "db_get_addresses", [&](std::vector<Address>& list) { return db_get_addresses(threadId, list); },
+      __convert_legacy_address, addr_list);
+}
+
 int msg_consumer_get_message_list(msg_list_handle_t* msg_item_list, msg_list_condition_t* condition) {
   if (msg_item_list == nullptr) return refuse(HERE, "[ERROR] Invalid parameter: msg_item_list is nullptr!");
   if (condition == nullptr) return refuse(HERE, "[ERROR] Invalid parameter: condition is nullptr!");
@@ -527,6 +626,22 @@ int msg_consumer_get_message_list(msg_list_handle_t* msg_item_list, msg_list_con
       HERE, "db_get_message_list",
       [&](std::vector<Message>& list) { return db_get_message_list(to_list_condition(*condition), list); },
       __convert_legacy_message, msg_item_list);
+}
+
+int msg_consumer_get_thread_id_by_address(const char* address, int* thread_id) {
+  if (address == nullptr) return refuse(HERE, "[ERROR] Input parameter: addressNum is nullptr!");
+  if (thread_id == nullptr) return refuse(HERE, "[ERROR] Input parameter: threadId is nullptr!");
+  return guarded(HERE, [&, site = HERE] {
+    Address participant;
+    participant.address = address;
+    participant.num_b = 1;
+    participant.num_c = 0;
+    const int result = db_check_thread_address_exist({participant}, thread_id);
+    if (result != RESULT_OK && result != RESULT_NO_RECORD) {
+      LOG_ERROR(site, "db_check_thread_address_exist() failed: (%d)", result);
+    }
+    return status_of(result);
+  });
 }
 
 // ---- Releases ----
@@ -544,6 +659,8 @@ void msg_consumer_free_conversation_info(msg_conversation_view_t** conversation)
 }
 
 void msg_consumer_free_conversation_list(msg_list_handle_t** list) { release_list(list, release_conversation); }
+
+void msg_consumer_free_address_list(msg_list_handle_t** list) { release_list(list, release_address); }
 
 void msg_consumer_free_condition_info(msg_list_condition_t** condition) {
   release_and_clear<msg_list_condition_t>(condition, [](msg_list_condition_t* released) {
@@ -563,6 +680,32 @@ void msg_consumer_free_content_item(msg_content_item_t* content) {
   release(content->text_12);
   msg_consumer_free_nms_content_meta_item(content->nms_content_meta);
   release(content);
+}
+
+int msg_consumer_copy_content(const msg_content_item_t* source, msg_content_item_t* target) {
+  if (source == nullptr || target == nullptr) return 0;
+  *target = *source;
+  target->text_7 = g_strdup(source->text_7);
+  target->text_8 = g_strdup(source->text_8);
+  target->text_9 = g_strdup(source->text_9);
+  target->text_10 = g_strdup(source->text_10);
+  target->text_11 = g_strdup(source->text_11);
+  target->text_12 = g_strdup(source->text_12);
+  if (source->nms_content_meta == nullptr) return 1;
+  auto* const meta = new_record<msg_nms_content_meta_t>();
+  if (meta == nullptr) {
+    // The strings stay the target's own: a caller who releases all but the metadata frees nothing of the source's.
+    LOG_ERROR(HERE, "[ERROR] msg_copy_content_nms_meta_data is failed");
+    return 0;
+  }
+  meta->num_1 = source->nms_content_meta->num_1;
+  meta->num_2 = source->nms_content_meta->num_2;
+  meta->text_3 = g_strdup(source->nms_content_meta->text_3);
+  meta->text_4 = g_strdup(source->nms_content_meta->text_4);
+  meta->text_5 = g_strdup(source->nms_content_meta->text_5);
+  meta->num_6 = source->nms_content_meta->num_6;
+  target->nms_content_meta = meta;
+  return 1;
 }
 
 void msg_consumer_free_nms_msg_meta_item(msg_nms_msg_meta_data_t* item) {

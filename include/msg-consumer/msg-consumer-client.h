@@ -104,6 +104,24 @@ int msg_consumer_delete_message(int msgId);
  */
 int msg_consumer_send_message(int threadId, const char* recipient, const char* text, int simIndex, int* msgId);
 
+/**
+ * Sends a multimedia message. It is queued when the function returns, and events tell how it fares.
+ *
+ * @param threadId   as for msg_consumer_send_message()
+ * @param recipient  as for msg_consumer_send_message()
+ * @param text       the text, or NULL for none
+ * @param filepath   the files to attach, separated by ';', or NULL for none; `text` and `filepath` may not both be
+ *                   NULL. The service copies regular files, not symbolic links, and refuses the message with
+ *                   `MSG_CONSUMER_ERROR_OPERATION_FAILED` when one cannot be had
+ * @param simIndex   the SIM to send with
+ * @param msgId      receives the id of the new message
+ *
+ * `MSG_CONSUMER_ERROR_MMS_NOT_SUPPORTED`: the device does not send MMS at present, which the function asks the
+ * platform on every call. `MSG_CONSUMER_ERROR_OPERATION_FAILED` also stands for a preference that cannot be read.
+ */
+int msg_consumer_send_mms(int threadId, const char* recipient, const char* text, const char* filepath, int simIndex,
+                          int* msgId);
+
 /** Sends a failed message again, or a draft. Another message is refused with `MSG_CONSUMER_ERROR_OPERATION_FAILED`. */
 int msg_consumer_resend_message(int msgId);
 
@@ -115,6 +133,53 @@ int msg_consumer_store_message(int msgId);
 
 /** Starts fetching the content of an MMS that was only notified. */
 int msg_consumer_update_retrieve_mms_message(int msgId);
+
+/**
+ * @}
+ * @name Changes to threads
+ * @{
+ */
+
+/** Marks all messages of a thread read. */
+int msg_consumer_read_thread_message(int threadId);
+
+/** Deletes a thread with its messages. Locked messages stay, and the thread with them. */
+int msg_consumer_delete_thread(int threadId);
+
+/**
+ * Deletes several threads as one change: all of them, or none when one is unknown.
+ *
+ * @param threadIds  the threads; an id may stand there twice
+ * @param count      how many ids there are, at least 1
+ */
+int msg_consumer_delete_threads(const int* threadIds, int count);
+
+/** Tells which thread the user is looking at, 0 for none; its incoming messages are stored as read. */
+int msg_consumer_set_active_thread_id(int threadId);
+
+/** Refreshes a group chat's participants and name; `MSG_CONSUMER_EVENT_GROUPCHAT_STATE_CHANGED` tells the outcome. */
+int msg_consumer_update_group_chat_address(int threadId);
+
+/**
+ * @}
+ * @name Content files and the paired device
+ * @{
+ */
+
+/**
+ * Has the service write the file of a message to `peerFilepath`. An existing file is never overwritten:
+ * `MSG_CONSUMER_ERROR_OPERATION_FAILED`.
+ */
+int msg_consumer_get_content_file(int msgId, const char* peerFilepath);
+
+/** Hands a file to the service as a part of a message. */
+int msg_consumer_send_content_file(int msgId, const char* filepath);
+
+/** Shows a message on the device. */
+int msg_consumer_send_show_on_device(int msgId);
+
+/** Asks for this application to become the default SMS application (`status` true), or to stop being it. */
+int msg_consumer_send_change_sms_application_request(bool status);
 
 /**
  * @}
@@ -153,11 +218,24 @@ int msg_consumer_get_thread_view_list(msg_list_handle_t* thread_view_list);
 int msg_consumer_get_conversation_view_list(int threadId, msg_list_handle_t* conv_view_list);
 
 /**
+ * Appends the participants of a thread to a list, as `msg_address_item_t`; release with
+ * msg_consumer_free_address_list(). A thread without participants succeeds and appends nothing.
+ */
+int msg_consumer_get_address_list(int threadId, msg_list_handle_t* addr_list);
+
+/**
  * Appends the messages that match a condition to a list, as `msg_message_item_t`; release with
  * msg_consumer_free_message_list(). A condition with a negative offset or limit, or with a keyword that is not UTF-8,
  * is refused with `MSG_CONSUMER_ERROR_INVALID_PARAMETER`.
  */
 int msg_consumer_get_message_list(msg_list_handle_t* msg_item_list, msg_list_condition_t* condition);
+
+/**
+ * Finds the thread whose only participant is `address`. Phone numbers are compared without blanks, dashes, dots and
+ * brackets, e-mail addresses without regard to case. `MSG_CONSUMER_ERROR_NO_DATA`: there is no such thread, and
+ * `*thread_id` is as it was. An address that is empty is refused with `MSG_CONSUMER_ERROR_INVALID_PARAMETER`.
+ */
+int msg_consumer_get_thread_id_by_address(const char* address, int* thread_id);
 
 /**
  * @}
@@ -185,11 +263,22 @@ void msg_consumer_free_conversation_info(msg_conversation_view_t** conversation)
 /** Releases a list of conversation entries and its handle. */
 void msg_consumer_free_conversation_list(msg_list_handle_t** list);
 
+/** Releases a list of addresses and its handle. */
+void msg_consumer_free_address_list(msg_list_handle_t** list);
+
 /** Releases a condition and its keyword, which must be on the C heap. */
 void msg_consumer_free_condition_info(msg_list_condition_t** condition);
 
 /** Releases one part; the caller's pointer is not cleared. */
 void msg_consumer_free_content_item(msg_content_item_t* content);
+
+/**
+ * Copies a part with everything that belongs to it over `target`, whose earlier content is not released.
+ *
+ * @return 1 on success; 0 when either is NULL (`target` is as it was) or memory ran out: then the strings of `target`
+ *         are its own, and its `nms_content_meta` still belongs to `source` and must not be released
+ */
+int msg_consumer_copy_content(const msg_content_item_t* source, msg_content_item_t* target);
 
 /** Releases metadata of the network store, the record included; the caller's pointer is not cleared. */
 void msg_consumer_free_nms_msg_meta_item(msg_nms_msg_meta_data_t* item);

@@ -74,9 +74,9 @@ struct LookupTexts {
 inline constexpr LookupTexts ORDINARY_LOOKUP = {"[ERROR] IPCProxy::getIpcCmdString() failed!",
                                                 "[ERROR] IPCProxy::getIpcCmdStruct() failed!"};
 
-/// Runs one command. `build` makes the argument tuple from the catalogue's format.
-template <typename Build>
-int request_built(const CallSite& site, const LookupTexts& texts, MsgIPC::IpcCommand command, int* out, Build build) {
+/// What every request begins with: the proxy and the command's method name, which `send` is called with.
+template <typename Send>
+int with_method(const CallSite& site, const LookupTexts& texts, MsgIPC::IpcCommand command, Send send) {
   IPCProxy* const proxy = IPCProxy::getInstance();
   if (proxy == nullptr) {
     LOG_ERROR(site, "[ERROR] IPCProxy::getInstance() failed!");
@@ -87,18 +87,33 @@ int request_built(const CallSite& site, const LookupTexts& texts, MsgIPC::IpcCom
     LOG_ERROR(site, "%s", texts.name_failed);
     return RESULT_UNKNOWN_COMMAND;
   }
-  const std::string format = proxy->getCmdStruct(command);
-  if (format.empty()) {
-    LOG_ERROR(site, "%s", texts.format_failed);
-    return RESULT_UNKNOWN_COMMAND;
-  }
-  // The reference is ours, so that nothing leaks where the call leaves the tuple alone.
-  const Variant params = build(format);
-  if (!params) {
-    LOG_ERROR(site, "[ERROR] g_variant_new() failed!");
-    return RESULT_NO_RESOURCE;
-  }
-  return proxy->callSync(method, params.get(), out);
+  return send(*proxy, method);
+}
+
+/// Runs one command. `build` makes the argument tuple from the catalogue's format.
+template <typename Build>
+int request_built(const CallSite& site, const LookupTexts& texts, MsgIPC::IpcCommand command, int* out, Build build) {
+  return with_method(site, texts, command, [&](IPCProxy& proxy, const std::string& method) {
+    const std::string format = proxy.getCmdStruct(command);
+    if (format.empty()) {
+      LOG_ERROR(site, "%s", texts.format_failed);
+      return RESULT_UNKNOWN_COMMAND;
+    }
+    // The reference is ours, so that nothing leaks where the call leaves the tuple alone.
+    const Variant params = build(format);
+    if (!params) {
+      LOG_ERROR(site, "[ERROR] g_variant_new() failed!");
+      return RESULT_NO_RESOURCE;
+    }
+    return proxy.callSync(method, params.get(), out);
+  });
+}
+
+/// Runs one command that has no arguments: no format is looked up and no body is sent.
+inline int request_without_body(const CallSite& site, const LookupTexts& texts, MsgIPC::IpcCommand command) {
+  return with_method(site, texts, command, [](IPCProxy& proxy, const std::string& method) {
+    return proxy.callSync(method, nullptr, nullptr);
+  });
 }
 
 /// Runs one ordinary command with these values as its arguments.

@@ -139,6 +139,13 @@ INSTANTIATE_TEST_SUITE_P(
                        msg_consumer_free_conversation_list);
                  },
                  "msg_consumer_get_conversation_view_list", "db_get_conversations", "db_get_conversations(-3)"},
+        QueryRow{"AddressList",
+                 [](std::size_t& count) {
+                   return read_list(
+                       count, [](msg_list_handle_t* list) { return msg_consumer_get_address_list(7, list); },
+                       msg_consumer_free_address_list);
+                 },
+                 "msg_consumer_get_address_list", "db_get_addresses", "db_get_addresses(7)"},
         QueryRow{"MessageList",
                  [](std::size_t& count) {
                    return read_list(
@@ -185,6 +192,12 @@ INSTANTIATE_TEST_SUITE_P(
                    "msg_consumer_get_thread_view_list", "[ERROR] Invalid parameter: thread_view_list is nullptr!"},
         MissingRow{"ConversationList", [] { return msg_consumer_get_conversation_view_list(7, nullptr); },
                    "msg_consumer_get_conversation_view_list", "[ERROR] Invalid parameter: conv_view_list is nullptr!"},
+        MissingRow{"AddressList", [] { return msg_consumer_get_address_list(7, nullptr); },
+                   "msg_consumer_get_address_list", "[ERROR] Invalid parameter: addr_list is nullptr!"},
+        MissingRow{"AddressAndThreadId", [] { return msg_consumer_get_thread_id_by_address(nullptr, nullptr); },
+                   "msg_consumer_get_thread_id_by_address", "[ERROR] Input parameter: addressNum is nullptr!"},
+        MissingRow{"ThreadId", [] { return msg_consumer_get_thread_id_by_address("+491", nullptr); },
+                   "msg_consumer_get_thread_id_by_address", "[ERROR] Input parameter: threadId is nullptr!"},
         MissingRow{"MessageListAndCondition", [] { return msg_consumer_get_message_list(nullptr, nullptr); },
                    "msg_consumer_get_message_list", "[ERROR] Invalid parameter: msg_item_list is nullptr!"},
         MissingRow{"Condition",
@@ -238,9 +251,12 @@ TEST_F(Lists, HoldANullWhereARecordCouldNotBeAllocated) {
   fake::store().threads.resize(2);
   fake::store().conversations.resize(2);
   fake::store().messages.resize(2);
+  fake::store().addresses.resize(2);
   const std::vector<Row> rows = {
       {"__convert_legacy_thread", sizeof(msg_thread_view_t), msg_consumer_get_thread_view_list,
        msg_consumer_free_thread_list},
+      {"__convert_legacy_address", sizeof(msg_address_item_t),
+       [](msg_list_handle_t* list) { return msg_consumer_get_address_list(1, list); }, msg_consumer_free_address_list},
       {"__convert_legacy_conversation", sizeof(msg_conversation_view_t),
        [](msg_list_handle_t* list) { return msg_consumer_get_conversation_view_list(1, list); },
        msg_consumer_free_conversation_list},
@@ -261,6 +277,60 @@ TEST_F(Lists, HoldANullWhereARecordCouldNotBeAllocated) {
     EXPECT_EQ(list.at<void>(0), nullptr);
     EXPECT_NE(list.at<void>(1), nullptr);
     expect_line(6, "[ERROR] invalid parameter!", "msg-consumer-client.cpp", row.function);
+  }
+}
+
+using AddressLists = ClientTest;
+
+TEST_F(AddressLists, StayEmptyForAThreadWithoutParticipants) {
+  List list(msg_consumer_free_address_list);
+  EXPECT_EQ(msg_consumer_get_address_list(7, list.handle()), 0);
+  EXPECT_EQ(list.handle()->list, nullptr);
+}
+
+TEST_F(AddressLists, HoldEveryMemberOfAnAddress) {
+  msg_consumer::Address address;
+  address.num_a = 1;
+  address.num_b = 2;
+  address.num_c = 3;
+  address.flag_e = 4;
+  address.address = "a@b";
+  fake::store().addresses = {address};
+  List list(msg_consumer_free_address_list);
+  ASSERT_EQ(msg_consumer_get_address_list(7, list.handle()), 0);
+  const auto* const item = list.at<msg_address_item_t>(0);
+  EXPECT_EQ(item->num_1, 1);
+  EXPECT_EQ(item->num_2, 2);
+  EXPECT_EQ(item->num_3, 3);
+  EXPECT_EQ(item->flag_4, 4);
+  EXPECT_STREQ(item->address, "a@b");
+}
+
+using ThreadByAddress = ClientTest;
+
+TEST_F(ThreadByAddress, LooksUpOneAddressAndMapsEveryResult) {
+  for (const auto& [result, status] : STATUSES) {
+    SCOPED_TRACE(result);
+    fake::store().reset();
+    LogCapture::instance().clear();
+    fake::store().result = result;
+    fake::store().found_thread_id = 12;
+    int thread_id = -7;
+    EXPECT_EQ(msg_consumer_get_thread_id_by_address("+49 170", &thread_id), status);
+    EXPECT_EQ(thread_id, 12) << "what the store wrote stays";
+    EXPECT_THAT(fake::store().calls, ElementsAre("db_check_thread_address_exist"));
+    ASSERT_THAT(fake::store().looked_up, SizeIs(1));
+    EXPECT_EQ(fake::store().looked_up[0].address, "+49 170");
+    EXPECT_EQ(fake::store().looked_up[0].num_a, 0);
+    EXPECT_EQ(fake::store().looked_up[0].num_b, 1);
+    EXPECT_EQ(fake::store().looked_up[0].num_c, 0);
+    EXPECT_EQ(fake::store().looked_up[0].flag_e, 0);
+    if (result == 0 || result == -1101) {
+      EXPECT_THAT(errors(), IsEmpty());
+    } else {
+      expect_line(6, "db_check_thread_address_exist() failed: (" + std::to_string(result) + ")",
+                  "msg-consumer-client.cpp", "msg_consumer_get_thread_id_by_address");
+    }
   }
 }
 

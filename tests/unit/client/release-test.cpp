@@ -137,6 +137,7 @@ TEST(Release, OfAListSkipsNullElementsAndClearsTheHandle) {
   expect_list_release(msg_consumer_free_message_list, a_message);
   expect_list_release(msg_consumer_free_thread_list, a_thread);
   expect_list_release(msg_consumer_free_conversation_list, a_conversation);
+  expect_list_release(msg_consumer_free_address_list, an_address);
   expect_list_release(msg_consumer_free_nms_msg_meta_list, a_meta);
 }
 
@@ -156,6 +157,89 @@ TEST(Release, OfNetworkMetadataToleratesNull) {
   msg_consumer_free_nms_content_meta_item(nullptr);
   msg_consumer_free_nms_content_meta_item(zeroed<msg_nms_content_meta_t>());
   msg_consumer_free_nms_content_meta_item(a_content_meta());
+}
+
+using Copy = ClientTest;
+
+msg_content_item_t* a_numbered_content() {
+  auto* const content = a_content();
+  content->content_id = 1;
+  content->num_2 = 2;
+  content->kind = 3;
+  content->flag_4 = 4;
+  content->flag_5 = 5;
+  content->status = 6;
+  content->reserved_13 = 13;
+  content->nms_content_meta->num_1 = 21;
+  content->nms_content_meta->num_2 = 22;
+  content->nms_content_meta->num_6 = 26;
+  return content;
+}
+
+TEST_F(Copy, IsIndependentOfItsSource) {
+  auto* const source = a_numbered_content();
+  auto* const target = zeroed<msg_content_item_t>();
+  EXPECT_EQ(msg_consumer_copy_content(source, target), 1);
+  EXPECT_NE(target->text_7, source->text_7);
+  EXPECT_NE(target->nms_content_meta, source->nms_content_meta);
+  msg_consumer_free_content_item(source);
+  EXPECT_EQ(target->content_id, 1);
+  EXPECT_EQ(target->num_2, 2);
+  EXPECT_EQ(target->kind, 3);
+  EXPECT_EQ(target->flag_4, 4);
+  EXPECT_EQ(target->flag_5, 5);
+  EXPECT_EQ(target->status, 6);
+  EXPECT_EQ(target->reserved_13, 13);
+  for (const char* copied :
+       {target->text_7, target->text_8, target->text_9, target->text_10, target->text_11, target->text_12,
+        target->nms_content_meta->text_3, target->nms_content_meta->text_4, target->nms_content_meta->text_5}) {
+    EXPECT_STREQ(copied, "text");
+  }
+  EXPECT_EQ(target->nms_content_meta->num_1, 21);
+  EXPECT_EQ(target->nms_content_meta->num_2, 22);
+  EXPECT_EQ(target->nms_content_meta->num_6, 26);
+  msg_consumer_free_content_item(target);
+}
+
+TEST_F(Copy, OfEmptyMembersHasNone) {
+  auto* const source = zeroed<msg_content_item_t>();
+  auto* const target = zeroed<msg_content_item_t>();
+  EXPECT_EQ(msg_consumer_copy_content(source, target), 1);
+  EXPECT_EQ(target->text_7, nullptr);
+  EXPECT_EQ(target->text_12, nullptr);
+  EXPECT_EQ(target->nms_content_meta, nullptr);
+  source->nms_content_meta = zeroed<msg_nms_content_meta_t>();
+  EXPECT_EQ(msg_consumer_copy_content(source, target), 1);
+  ASSERT_NE(target->nms_content_meta, nullptr);
+  EXPECT_EQ(target->nms_content_meta->text_3, nullptr);
+  msg_consumer_free_content_item(source);
+  msg_consumer_free_content_item(target);
+}
+
+TEST_F(Copy, NeedsBothSides) {
+  auto* const content = a_numbered_content();
+  EXPECT_EQ(msg_consumer_copy_content(nullptr, content), 0);
+  EXPECT_EQ(msg_consumer_copy_content(content, nullptr), 0);
+  EXPECT_EQ(msg_consumer_copy_content(nullptr, nullptr), 0);
+  EXPECT_EQ(content->content_id, 1);
+  EXPECT_TRUE(LogCapture::instance().lines().empty());
+  msg_consumer_free_content_item(content);
+}
+
+TEST_F(Copy, KeepsItsStringsWhenTheMetadataCannotBeAllocated) {
+  auto* const source = a_numbered_content();
+  auto* const target = zeroed<msg_content_item_t>();
+  fake::allocator().failing_malloc0 = 0;
+  EXPECT_EQ(msg_consumer_copy_content(source, target), 0);
+  expect_line(6, "[ERROR] msg_copy_content_nms_meta_data is failed", "msg-consumer-client.cpp",
+              "msg_consumer_copy_content");
+  EXPECT_EQ(target->nms_content_meta, source->nms_content_meta);
+  EXPECT_NE(target->text_7, source->text_7);
+  // A caller that releases all but the metadata frees nothing of the source's.
+  target->nms_content_meta = nullptr;
+  msg_consumer_free_content_item(target);
+  EXPECT_STREQ(source->text_7, "text");
+  msg_consumer_free_content_item(source);
 }
 
 }  // namespace
