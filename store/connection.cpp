@@ -1,9 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "connection.hpp"
 
-#include <sys/stat.h>
-
-#include <cerrno>
+#include <filesystem>
+#include <system_error>
 
 #include "schema/schema.hpp"
 
@@ -12,24 +11,23 @@ namespace {
 
 constexpr int BUSY_TIMEOUT_MS = 1000;
 
-bool is_missing(const std::string& path) {
-  struct stat status = {};
-  return stat(path.c_str(), &status) != 0 && (errno == ENOENT || errno == ENOTDIR);
-}
-
-// A database in WAL mode can't be read without its -wal and -shm files, unless the reader may make them.
+// What became of the file says more than SQLite's code.
 [[noreturn]] void fail_to_open(const std::string& path, const schema::SqliteError& error) {
-  if (is_missing(path)) {
+  std::error_code ignored;
+  const auto type = std::filesystem::status(path, ignored).type();
+  if (type == std::filesystem::file_type::not_found) {
     throw StoreError(DB_NO_STORE, "there is no message store at " + path + ": the service has not run yet");
+  }
+  if (error.primary() == SQLITE_NOTADB || type == std::filesystem::file_type::directory) {
+    throw StoreError(DB_CORRUPT, path + " is not a database");
   }
   switch (error.primary()) {
     case SQLITE_CANTOPEN:
     case SQLITE_PERM:
     case SQLITE_AUTH:
     case SQLITE_READONLY:
+      // A reader that may not make the -wal and -shm files needs to find them.
       throw StoreError(DB_NO_ACCESS, "the message store " + path + " or its -wal or -shm file may not be read");
-    case SQLITE_NOTADB:
-      throw StoreError(DB_CORRUPT, path + " is not a database");
     default:
       throw error;
   }

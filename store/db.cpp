@@ -93,9 +93,7 @@ int deinit_db() {
   return DB_OK;
 }
 
-int db_get_message(int msgId, Message& message) {
-  return answer_with_one(HERE, SELECT_MESSAGE, msgId, message);
-}
+int db_get_message(int msgId, Message& message) { return answer_with_one(HERE, SELECT_MESSAGE, msgId, message); }
 
 int db_get_message_list(const ListCondition& condition, std::vector<Message>& list) {
   return answer(HERE, [&](Session& session) {
@@ -107,9 +105,7 @@ int db_get_message_list(const ListCondition& condition, std::vector<Message>& li
   });
 }
 
-int db_get_thread(int threadId, Thread& thread) {
-  return answer_with_one(HERE, SELECT_THREAD, threadId, thread);
-}
+int db_get_thread(int threadId, Thread& thread) { return answer_with_one(HERE, SELECT_THREAD, threadId, thread); }
 
 int db_get_threads(std::vector<Thread>& list) {
   return answer(HERE, [&](Session& session) {

@@ -14,9 +14,7 @@ namespace {
 // The index holds runs of this many characters: it finds nothing for shorter keywords.
 constexpr std::size_t MIN_INDEXED_LENGTH = 3;
 
-bool is_indexed(const std::string& keyword) {
-  return schema::length_in_characters(keyword) >= MIN_INDEXED_LENGTH;
-}
+bool is_indexed(const std::string& keyword) { return schema::length_in_characters(keyword) >= MIN_INDEXED_LENGTH; }
 
 std::string valid_keyword(const ListCondition& condition) {
   if (condition.num_a < 0 || condition.num_b < 0) {
@@ -71,9 +69,7 @@ void ListQuery::select_messages() {
   _sql += " LEFT JOIN nms_meta AS n ON n.id = m.nms_meta_id";
 }
 
-void ListQuery::where(const char* predicate) {
-  _sql.append(std::exchange(_conjunction, " AND ")).append(predicate);
-}
+void ListQuery::where(const char* predicate) { _sql.append(std::exchange(_conjunction, " AND ")).append(predicate); }
 
 void ListQuery::where(const char* predicate, Value value) {
   where(predicate);

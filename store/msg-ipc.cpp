@@ -58,13 +58,9 @@ MsgIPC::~MsgIPC() = default;
 
 // Members for the interface's sake: a proxy derives from this class and is asked for its commands.
 // NOLINTBEGIN(readability-convert-member-functions-to-static)
-std::string MsgIPC::getCmdString(IpcCommand command) const {
-  return find(command).name;
-}
+std::string MsgIPC::getCmdString(IpcCommand command) const { return find(command).name; }
 
-std::string MsgIPC::getCmdStruct(IpcCommand command) const {
-  return find(command).format;
-}
+std::string MsgIPC::getCmdStruct(IpcCommand command) const { return find(command).format; }
 // NOLINTEND(readability-convert-member-functions-to-static)
 
 }  // namespace msg_consumer

@@ -10,13 +10,9 @@ namespace msg_consumer::db {
 namespace {
 
 // The columns are INTEGER in STRICT tables, and what is written there came from the records' members.
-int number(const schema::Statement& row, int column) {
-  return static_cast<int>(row.integer(column));
-}
+int number(const schema::Statement& row, int column) { return static_cast<int>(row.integer(column)); }
 
-std::uint8_t flag(const schema::Statement& row, int column) {
-  return row.integer(column) != 0 ? 1 : 0;
-}
+std::uint8_t flag(const schema::Statement& row, int column) { return row.integer(column) != 0 ? 1 : 0; }
 
 constexpr int PACKED_COLUMN = 7;
 constexpr int NMS_META_COLUMN = 8;

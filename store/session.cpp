@@ -161,13 +161,9 @@ Connection& Session::connection() {
   return *_reader.connection;
 }
 
-void Session::drop() {
-  _reader.connection.reset();
-}
+void Session::drop() { _reader.connection.reset(); }
 
-void close_all_connections() noexcept {
-  registry().close_all();
-}
+void close_all_connections() noexcept { registry().close_all(); }
 
 int report_failure(const CallSite& site) noexcept {
   try {

@@ -1,0 +1,118 @@
+// SPDX-License-Identifier: Apache-2.0
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "list-query.hpp"
+#include "named-row.hpp"
+#include "queries.hpp"
+#include "test-store.hpp"
+
+// How SQLite goes about each query. A change of the schema or of a query that costs an index shows here.
+
+namespace msg_consumer::db {
+namespace {
+
+using test::TestStore;
+
+std::string plan(TestStore& store, const std::string& sql) {
+  schema::Statement statement(store.database(), "EXPLAIN QUERY PLAN " + sql);
+  std::string result;
+  while (statement.step()) result.append(statement.text(3)).append("\n");
+  return result;
+}
+
+constexpr const char* SORTING = "USE TEMP B-TREE";
+
+struct ListRow {
+  const char* name;
+  void (*set)(ListCondition& condition);
+  const char* step;
+  bool sorted;
+};
+
+void PrintTo(const ListRow& row, std::ostream* out) { *out << row.name; }
+
+class ListPlan : public testing::TestWithParam<ListRow> {};
+
+TEST_P(ListPlan, UsesItsIndex) {
+  TestStore store;
+  for (const int newest_first : {0, 1}) {
+    for (const int limit : {0, 50}) {
+      ListCondition condition;
+      GetParam().set(condition);
+      condition.flag_x = newest_first;
+      condition.num_b = limit;
+      const std::string steps = plan(store, ListQuery(condition).sql());
+      EXPECT_NE(steps.find(GetParam().step), std::string::npos) << steps;
+      EXPECT_EQ(steps.find(SORTING) != std::string::npos, GetParam().sorted) << steps;
+      EXPECT_NE(steps.find("SEARCH n USING INTEGER PRIMARY KEY"), std::string::npos) << steps;
+    }
+  }
+}
+
+constexpr ListRow LISTS[] = {
+    {"All", [](ListCondition&) {}, "SCAN m USING INDEX message_by_time", false},
+    {"OneThread", [](ListCondition& c) { c.thread_ids = {1}; }, "SEARCH m USING INDEX message_by_thread (thread_id=?)",
+     false},
+    {"OneThreadOfOneType",
+     [](ListCondition& c) {
+       c.thread_ids = {1};
+       c.num_type = 2;
+     },
+     "SEARCH m USING INDEX message_by_thread (thread_id=?)", false},
+    {"Unread", [](ListCondition& c) { c.flag_y = 1; }, "SCAN m USING INDEX message_unread_by_time", false},
+    {"UnreadOfOneThread",
+     [](ListCondition& c) {
+       c.flag_y = 1;
+       c.thread_ids = {1};
+     },
+     "SEARCH m USING INDEX message_unread (thread_id=?)", false},
+    {"SeveralThreads",
+     [](ListCondition& c) {
+       c.thread_ids = {1, 2};
+     },
+     "SEARCH m USING INDEX message_by_thread (thread_id=?)", true},
+    {"IndexedKeyword", [](ListCondition& c) { c.keyword = "abc"; }, "SCAN message_search VIRTUAL TABLE INDEX", true},
+    {"ShortKeyword", [](ListCondition& c) { c.keyword = "ab"; }, "SCAN m USING INDEX message_by_time", false},
+    {"ShortKeywordInOneThread",
+     [](ListCondition& c) {
+       c.keyword = "ab";
+       c.thread_ids = {1};
+     },
+     "SEARCH m USING INDEX message_by_thread (thread_id=?)", false},
+};
+
+INSTANTIATE_TEST_SUITE_P(Lists, ListPlan, testing::ValuesIn(LISTS), test::name_of_row);
+
+struct FixedRow {
+  const char* name;
+  const char* sql;
+  const char* step;
+};
+
+void PrintTo(const FixedRow& row, std::ostream* out) { *out << row.name; }
+
+class FixedPlan : public testing::TestWithParam<FixedRow> {};
+
+TEST_P(FixedPlan, UsesItsIndex) {
+  TestStore store;
+  const std::string steps = plan(store, GetParam().sql);
+  EXPECT_NE(steps.find(GetParam().step), std::string::npos) << steps;
+  EXPECT_EQ(steps.find(SORTING), std::string::npos) << steps;
+}
+
+constexpr FixedRow QUERIES[] = {
+    {"Message", SELECT_MESSAGE, "SEARCH m USING INTEGER PRIMARY KEY"},
+    {"Conversation", SELECT_CONVERSATION, "SEARCH m USING INTEGER PRIMARY KEY"},
+    {"Conversations", SELECT_CONVERSATIONS, "SEARCH m USING INDEX message_by_thread (thread_id=?)"},
+    {"Thread", SELECT_THREAD, "SEARCH thread USING INTEGER PRIMARY KEY"},
+    {"Threads", SELECT_THREADS, "SCAN thread USING INDEX thread_by_time"},
+    {"Addresses", SELECT_ADDRESSES, "SEARCH a USING INDEX thread_address_by_thread (thread_id=?)"},
+    {"ThreadOfAddresses", SELECT_THREAD_OF_ADDRESSES,
+     "SEARCH thread USING COVERING INDEX thread_by_address_key (address_key=?)"},
+};
+
+INSTANTIATE_TEST_SUITE_P(Queries, FixedPlan, testing::ValuesIn(QUERIES), test::name_of_row);
+
+}  // namespace
+}  // namespace msg_consumer::db
