@@ -24,6 +24,18 @@ std::string joined(const std::vector<std::string>& addresses) {
   return text;
 }
 
+void set_last(schema::Statement& statement, const Message& message) {
+  statement.bind(1, message.num_b)
+      .bind(2, message.id)
+      .bind(3, message.num_c)
+      .bind(4, message.num_e)
+      .bind(5, message.num_h)
+      .bind(6, message.num_f)
+      .bind(7, message.time_ms)
+      .bind(8, message.str_d)
+      .run();
+}
+
 }  // namespace
 
 std::vector<std::string> distinct_addresses(const std::vector<std::string>& addresses) {
@@ -245,18 +257,6 @@ bool Threads::is_last(const Message& message) {
 bool Threads::is_empty(int id) {
   const schema::ResetAtExit reset(_is_empty);
   return _is_empty.bind(1, id).step();
-}
-
-void Threads::set_last(schema::Statement& statement, const Message& message) {
-  statement.bind(1, message.num_b)
-      .bind(2, message.id)
-      .bind(3, message.num_c)
-      .bind(4, message.num_e)
-      .bind(5, message.num_h)
-      .bind(6, message.num_f)
-      .bind(7, message.time_ms)
-      .bind(8, message.str_d)
-      .run();
 }
 
 }  // namespace msg_consumer::service

@@ -74,7 +74,6 @@ class Threads {
   void raise_last(const Message& message);
   void find_last(int id);
   bool is_last(const Message& message);
-  void set_last(schema::Statement& statement, const Message& message);
   bool is_empty(int id);
 
   schema::Statement _find;

@@ -1,0 +1,82 @@
+// SPDX-License-Identifier: Apache-2.0
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <msg-consumer-platform/preference.h>
+
+#include <optional>
+#include <stdexcept>
+
+#include "service/instance-lock.hpp"
+#include "service/locations.hpp"
+#include "service/readiness.hpp"
+#include "support/environment.hpp"
+#include "support/temp-dir.hpp"
+
+namespace msg_consumer::service {
+namespace {
+
+using test::EnvironmentVariable;
+
+class Instance : public testing::Test {
+ protected:
+  static int readiness() {
+    int value = -1;
+    EXPECT_EQ(preference_get_int("consumer_preference_int_consumer_status", &value), 0);
+    return value;
+  }
+
+  test::TempDir folder;
+  EnvironmentVariable preferences{"MSG_CONSUMER_PREFERENCES", folder.file("preferences.ini")};
+  std::string database = folder.file("messages.db");
+};
+
+TEST_F(Instance, TheSecondOneIsRefusedUntilTheFirstIsGone) {
+  {
+    const InstanceLock first(database);
+    try {
+      const InstanceLock second(database);
+      ADD_FAILURE() << "two instances";
+    } catch (const std::runtime_error& error) {
+      EXPECT_THAT(error.what(), testing::HasSubstr("another instance"));
+    }
+  }
+  EXPECT_NO_THROW(InstanceLock{database});
+}
+
+TEST_F(Instance, OnesOfOtherDatabasesDoNotMatter) {
+  const InstanceLock first(database);
+  EXPECT_NO_THROW(InstanceLock{folder.file("other.db")});
+}
+
+TEST_F(Instance, AMissingFolderIsReported) {
+  EXPECT_THROW(InstanceLock{folder.file("missing/messages.db")}, std::runtime_error);
+}
+
+TEST_F(Instance, IsReadyAsLongAsItSaysSo) {
+  const InstanceLock lock(database);
+  {
+    const Readiness ready(lock);
+    EXPECT_EQ(readiness(), 1);
+  }
+  EXPECT_EQ(readiness(), 0);
+}
+
+TEST_F(Instance, CannotBeReadyWhenItCannotSaySo) {
+  const InstanceLock lock(database);
+  const EnvironmentVariable nowhere("MSG_CONSUMER_PREFERENCES", folder.file("missing/preferences.ini"));
+  EXPECT_THROW(Readiness{lock}, std::runtime_error);
+}
+
+TEST(Places, AreTheDefaultOnesUnlessTheEnvironmentNamesOthers) {
+  const EnvironmentVariable no_database("MSG_CONSUMER_DB", std::nullopt);
+  const EnvironmentVariable no_files("MSG_CONSUMER_FILES", std::nullopt);
+  EXPECT_EQ(locations().database, "/var/lib/msg-consumer/messages.db");
+  EXPECT_EQ(locations().files, "/var/lib/msg-consumer/files");
+  const EnvironmentVariable database("MSG_CONSUMER_DB", "/elsewhere/m.db");
+  const EnvironmentVariable files("MSG_CONSUMER_FILES", "/elsewhere/files");
+  EXPECT_EQ(locations().database, "/elsewhere/m.db");
+  EXPECT_EQ(locations().files, "/elsewhere/files");
+}
+
+}  // namespace
+}  // namespace msg_consumer::service
