@@ -17,6 +17,7 @@ namespace {
 using Fields = std::map<std::string, std::string>;
 
 // NOLINTBEGIN(cppcoreguidelines-avoid-non-const-global-variables)
+bool stderr_is_journal = true;
 bool journal_works = true;
 int asked_descriptor = -1;
 std::vector<Fields> journal;
@@ -27,7 +28,7 @@ std::vector<Fields> journal;
 // These take the places of GLib's own, which ask for a socket of the machine's journal.
 gboolean g_log_writer_is_journald(gint output_fd) {
   asked_descriptor = output_fd;
-  return TRUE;
+  return stderr_is_journal ? TRUE : FALSE;
 }
 
 GLogWriterOutput g_log_writer_journald(GLogLevelFlags /*level*/, const GLogField* fields, gsize count,
@@ -71,6 +72,16 @@ TEST(Journal, ThatTookALineKeepsItOffStderr) {
   Process process([] { return __dlog_print(0, 6, "MSG_CONSUMER", "line"); });
   EXPECT_EQ(process.wait(), LOG_PRINT_OK);
   EXPECT_EQ(process.standard_error(), "");
+}
+
+TEST(Journal, ThatStderrIsNotConnectedToGetsNothing) {
+  Process process([] {
+    stderr_is_journal = false;
+    const int status = __dlog_print(0, 6, "MSG_CONSUMER", "line");
+    return journal.empty() ? status : 1;
+  });
+  EXPECT_EQ(process.wait(), LOG_PRINT_OK);
+  EXPECT_NE(process.standard_error(), "");
 }
 
 TEST(Journal, ThatFailsLeavesTheLineToStderr) {

@@ -313,7 +313,7 @@ int write_repeatedly(const char* key, int rounds) {
   return misses;
 }
 
-constexpr int rounds = 200;
+constexpr int rounds = 100;
 
 TEST_F(Preferences, TwoProcessesLoseNoUpdateOfEachOther) {
   Process status_writer([] { return write_repeatedly(status_key, rounds) == 0 ? 0 : 1; });
