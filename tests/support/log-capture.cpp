@@ -53,7 +53,7 @@ std::string formatted(const char* format, std::va_list arguments) {
   va_copy(again, arguments);
   const int length = std::vsnprintf(nullptr, 0, format, arguments);
   std::string text(static_cast<std::size_t>(std::max(length, 0)), '\0');
-  std::vsnprintf(text.data(), text.size() + 1, format, again);
+  static_cast<void>(std::vsnprintf(text.data(), text.size() + 1, format, again));
   va_end(again);
   return text;
 }
