@@ -59,21 +59,13 @@ void PrivateBus::start() {
   }
 }
 
-void PrivateBus::stop() {
-  end(SIGTERM);
-}
+void PrivateBus::stop() { end(SIGTERM); }
 
-void PrivateBus::kill() {
-  end(SIGKILL);
-}
+void PrivateBus::kill() { end(SIGKILL); }
 
-void PrivateBus::pause() {
-  daemon_->signal(SIGSTOP);
-}
+void PrivateBus::pause() { daemon_->signal(SIGSTOP); }
 
-void PrivateBus::resume() {
-  daemon_->signal(SIGCONT);
-}
+void PrivateBus::resume() { daemon_->signal(SIGCONT); }
 
 void PrivateBus::end(int signal) {
   daemon_->signal(signal);

@@ -64,9 +64,7 @@ Process::Process(const std::vector<std::string>& arguments, const Environment& e
   });
 }
 
-Process::Process(const std::function<int()>& body) {
-  start(body);
-}
+Process::Process(const std::function<int()>& body) { start(body); }
 
 void Process::start(const std::function<int()>& body) {
   const std::string out = folder_.file("stdout");
@@ -119,12 +117,8 @@ std::optional<ExitStatus> Process::wait(std::chrono::milliseconds timeout) {
   return status_;
 }
 
-std::string Process::standard_output() const {
-  return read_file(folder_.path() / "stdout");
-}
+std::string Process::standard_output() const { return read_file(folder_.path() / "stdout"); }
 
-std::string Process::standard_error() const {
-  return read_file(folder_.path() / "stderr");
-}
+std::string Process::standard_error() const { return read_file(folder_.path() / "stderr"); }
 
 }  // namespace msg_consumer::test

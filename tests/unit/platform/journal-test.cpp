@@ -76,6 +76,7 @@ TEST(Journal, ThatTookALineKeepsItOffStderr) {
 
 TEST(Journal, ThatStderrIsNotConnectedToGetsNothing) {
   Process process([] {
+    journal.clear();
     stderr_is_journal = false;
     const int status = __dlog_print(0, 6, "MSG_CONSUMER", "line");
     return journal.empty() ? status : 1;
