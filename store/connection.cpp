@@ -54,6 +54,8 @@ schema::Database open(const std::string& path) try {
   auto database = schema::open_database(path, SQLITE_OPEN_READONLY | SQLITE_OPEN_NOMUTEX);
   sqlite3_busy_timeout(database.get(), BUSY_TIMEOUT_MS);
   schema::execute(database.get(), "PRAGMA query_only = ON");
+  // Not mapped into memory: a file that is cut short would then kill the application with SIGBUS.
+  schema::execute(database.get(), "PRAGMA cache_size = -8192");
   check_identity(database.get(), path);
   return database;
 } catch (const schema::SqliteError& error) {

@@ -17,9 +17,10 @@ namespace msg_consumer::schema {
 inline constexpr int SERIALIZED_MESSAGE_VERSION = 1;
 
 /// The longest text that is decoded, in bytes.
-inline constexpr std::size_t MAX_SERIALIZED_SIZE = 4 * 1024 * 1024;
+inline constexpr std::size_t MAX_SERIALIZED_SIZE = std::size_t{4} * 1024 * 1024;
 
-/// Nothing for text that is not UTF-8. May throw std::bad_alloc.
+/// Nothing for text that is not UTF-8, for a list with a missing element, and for what would be too long to decode.
+/// May throw std::bad_alloc.
 std::optional<std::string> encode_message(const msg_message_item_t& message);
 
 /// Reads a serialised message. Refused, with nothing returned: text that is too long, is not UTF-8 or not JSON, is

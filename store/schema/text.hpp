@@ -13,7 +13,7 @@
 namespace msg_consumer::schema {
 
 /// Folds a text for searching: composed (NFC), then case-folded. Two texts match when one's folded form contains the
-/// other's. Nothing for text that is not UTF-8.
+/// other's. Nothing for text that is not UTF-8, and for text that holds a NUL.
 std::optional<std::string> fold(std::string_view text);
 
 /// Everything a keyword may be found in: body, subject, sender and every address, folded, each on its own so that no

@@ -9,8 +9,9 @@
 // first, ties by id. Nothing found is `DB_NO_RECORD`.
 //
 // A query opens the store itself when `init_db` has not been called; no connection to the service is needed. Queries
-// may run on any thread: each thread has a connection of its own, closed at the thread's end or by `deinit_db`, and a
-// forked child opens its own. A query waits at most a second for a lock.
+// may run on any thread: each thread has a connection of its own, closed at the thread's end or by `deinit_db`. `fork`
+// waits for the queries that are running and closes all connections; parent and child open their own again. A query
+// waits at most a second for a lock.
 
 #include <string>
 #include <vector>

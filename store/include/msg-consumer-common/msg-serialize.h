@@ -9,8 +9,8 @@
 #pragma GCC visibility push(default)
 
 /// Serialises a message. `*out` receives a NUL-terminated text on the C heap, which the caller releases with `free`.
-/// Returns its length in bytes without the NUL, or 0 or less when it could not be made (a null argument, text that is
-/// not UTF-8, out of memory); `*out` is then left alone.
+/// Returns its length in bytes without the NUL, or 0 or less when it could not be made: a null argument, text that is
+/// not UTF-8, a list with a missing element, a message of more than 4 MiB, out of memory. `*out` is then left alone.
 int msg_serialize_message(const msg_message_item_t* message, char** out);
 
 #pragma GCC visibility pop
