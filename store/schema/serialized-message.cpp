@@ -12,7 +12,7 @@
 namespace msg_consumer::schema {
 namespace {
 
-using Json = nlohmann::ordered_json;
+using Json = nlohmann::json;
 
 /// Thrown and caught in this file only: the record can't be encoded, the text can't be decoded.
 struct Refused {};

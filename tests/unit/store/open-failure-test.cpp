@@ -4,6 +4,8 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <chrono>
+#include <csignal>
 #include <filesystem>
 #include <fstream>
 
@@ -11,6 +13,7 @@
 #include "schema/schema.hpp"
 #include "support/log-capture.hpp"
 #include "support/process.hpp"
+#include "support/wait-until.hpp"
 #include "test-store.hpp"
 
 namespace msg_consumer::db {
@@ -185,6 +188,28 @@ class OtherUser : public testing::Test {
 };
 
 TEST_F(OtherUser, ReadsWhileTheWriterLives) {
+  allow_all();
+  EXPECT_EQ(read_as_nobody(), DB_OK);
+}
+
+TEST_F(OtherUser, ReadsAfterTheWritersEnd) {
+  allow_all();
+  _store.close();
+  EXPECT_EQ(read_as_nobody(), DB_OK);
+}
+
+TEST_F(OtherUser, ReadsAfterTheWriterWasKilled) {
+  _store.close();
+  const std::string written = _store.path() + ".written";
+  test::Process writer([&] {
+    const auto database = schema::open_database(_store.path(), SQLITE_OPEN_READWRITE);
+    schema::execute(database.get(), "UPDATE message SET is_read = 0");
+    test::write_file(written, "");
+    return pause();
+  });
+  ASSERT_TRUE(test::wait_until([&] { return std::filesystem::exists(written); }));
+  writer.signal(SIGKILL);
+  EXPECT_EQ(writer.wait(), -SIGKILL);
   allow_all();
   EXPECT_EQ(read_as_nobody(), DB_OK);
 }

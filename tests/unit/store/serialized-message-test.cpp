@@ -2,8 +2,10 @@
 #include <gtest/gtest.h>
 #include <msg-consumer-common/msg-serialize.h>
 
+#include <chrono>
 #include <climits>
 #include <cstdlib>
+#include <cstring>
 #include <nlohmann/json.hpp>
 #include <random>
 
@@ -327,6 +329,16 @@ INSTANTIATE_TEST_SUITE_P(
                     HostileText{"NotUtf8", with_replaced("\"subject\"", "\"\xFF\"")},
                     HostileText{"LoneSurrogate", with_replaced("\"subject\"", "\"\\ud800\"")}),
     test::name_of_row);
+
+TEST(SerializedMessage, ManyMembersAreRefusedWithoutDelay) {
+  std::string members;
+  for (int i = 0; members.size() + 100 < MAX_SERIALIZED_SIZE - 4096; ++i)
+    members += "\"m" + std::to_string(i) + "\":0,";
+  members += "\"last\":0";
+  const auto start = std::chrono::steady_clock::now();
+  EXPECT_FALSE(decode_message(with_prefix(members)));
+  EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(30));
+}
 
 TEST(SerializedMessage, MutatedTextsDoNoHarm) {
   const std::string original = sample_json().dump();
