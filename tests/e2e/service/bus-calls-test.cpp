@@ -1,0 +1,252 @@
+// SPDX-License-Identifier: Apache-2.0
+#include <filesystem>
+#include <mutex>
+
+#include "service-on-bus.hpp"
+#include "service/inbox.hpp"
+#include "service/record-values.hpp"
+#include "service/store-writer.hpp"
+
+namespace msg_consumer::service {
+namespace {
+
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+class BusCalls : public ServiceOnBus {
+ protected:
+  /// Stores an incoming message before the service starts. All of one sender, in thread 1.
+  int received(const Message& message) {
+    StoreWriter store(path);
+    StoredMessage stored{.message = message, .sender_name = ""};
+    stored.message.num_b = 0;
+    stored.message.str_p = "+4917";
+    Inbox(store).receive(stored);
+    return stored.message.id;
+  }
+  static Message stored(int id) {
+    Message message;
+    EXPECT_EQ(db::db_get_message(id, message), db::DB_OK);
+    return message;
+  }
+  static std::string changed(const char* signal, const char* event, int revision) {
+    return std::string(signal) + R"( {"event":")" + event + R"(","revision":)" + std::to_string(revision) +
+           R"(,"message_ids":[1],"thread_ids":[1]})";
+  }
+};
+
+TEST_F(BusCalls, ASentMessageIsStoredAndItsWayIsAnnounced) {
+  Client client(bus.address());
+  EXPECT_THAT(client.send("+4917", "hello"), ElementsAre(1, 0));
+  EXPECT_EQ(stored(1).str_d, "hello");
+  ASSERT_TRUE(client.heard(4));
+  EXPECT_THAT(client.signals(),
+              ElementsAre(changed("storage_changed", "added", 1), changed("storage_changed", "changed", 2),
+                          changed("storage_changed", "changed", 3), changed("storage_changed", "changed", 4)));
+  EXPECT_EQ(stored(1).num_f, DELIVERY_DELIVERED);
+}
+
+TEST_F(BusCalls, ADraftIsStoredAnnouncedAndLaterSent) {
+  Client client(bus.address());
+  EXPECT_THAT(client.call("add_message", g_variant_new("(sisssi)", "sms", 0, "+4917", "later", "", 2)).integers(),
+              ElementsAre(1, 0));
+  EXPECT_EQ(stored(1).num_e, DIRECTION_DRAFT);
+  EXPECT_EQ(stored(1).num_h, 2);
+  EXPECT_THAT(client.call("resend_message", g_variant_new("(i)", 1)).integers(), ElementsAre(0));
+  ASSERT_TRUE(client.heard(5));
+  EXPECT_EQ(client.signals().at(0), changed("storage_changed", "added", 1));
+  EXPECT_EQ(client.signals().at(1), changed("storage_changed", "changed", 2));
+  EXPECT_EQ(stored(1).num_f, DELIVERY_DELIVERED);
+  EXPECT_THAT(client.call("resend_message", g_variant_new("(i)", 1)).integers(), ElementsAre(-5));
+}
+
+TEST_F(BusCalls, AMessageIsReadAndDeleted) {
+  received({});
+  Client client(bus.address());
+  EXPECT_THAT(client.call("read_message", g_variant_new("(ii)", 1, 0)).integers(), ElementsAre(0));
+  EXPECT_EQ(stored(1).flag_j, 1);
+  EXPECT_THAT(client.call("delete_message", g_variant_new("(ii)", 1, 0)).integers(), ElementsAre(0));
+  Message message;
+  EXPECT_EQ(db::db_get_message(1, message), db::DB_NO_RECORD);
+  EXPECT_THAT(client.call("delete_message", g_variant_new("(ii)", 1, 0)).integers(), ElementsAre(-1101));
+  ASSERT_TRUE(client.heard(2));
+  EXPECT_THAT(client.signals(),
+              ElementsAre(changed("storage_changed", "changed", 2), changed("storage_changed", "deleted", 3)));
+}
+
+TEST_F(BusCalls, ABlockedMessageIsRestored) {
+  Message blocked;
+  blocked.flag_l = 1;
+  received(blocked);
+  Client client(bus.address());
+  EXPECT_THAT(client.call("restore_block_message", g_variant_new("(i)", 1)).integers(), ElementsAre(0));
+  EXPECT_EQ(stored(1).flag_l, 0);
+  ASSERT_TRUE(client.heard(1));
+  EXPECT_THAT(client.signals(), ElementsAre(changed("storage_changed", "changed", 2)));
+}
+
+TEST_F(BusCalls, AMessageIsExported) {
+  received({});
+  Client client(bus.address());
+  EXPECT_THAT(client.call("export_to_phone", g_variant_new("(i)", 1)).integers(), ElementsAre(0));
+  EXPECT_EQ(stored(1).flag_r, 1);
+  ASSERT_TRUE(client.heard(1));
+  EXPECT_THAT(client.signals(), ElementsAre(changed("store_message_result", "exported", 2)));
+}
+
+TEST_F(BusCalls, AnMmsIsRetrieved) {
+  Message notification;
+  notification.num_c = TYPE_MMS;
+  notification.subType = SUBTYPE_MMS_NOTIFICATION;
+  notification.num_n = RETRIEVAL_NEEDED;
+  received(notification);
+  Client client(bus.address());
+  EXPECT_THAT(client.call("update_retrieve_mms_message", g_variant_new("(i)", 1)).integers(), ElementsAre(0));
+  ASSERT_TRUE(client.heard(2));
+  EXPECT_THAT(client.signals(),
+              ElementsAre(changed("storage_changed", "changed", 2), changed("storage_changed", "changed", 3)));
+  EXPECT_EQ(stored(1).num_n, RETRIEVAL_DONE);
+}
+
+TEST_F(BusCalls, ThreadsAreReadRefreshedAndDeleted) {
+  received({});
+  Client client(bus.address());
+  EXPECT_THAT(client.call("set_active_thread_id", g_variant_new("(i)", -1)).integers(), ElementsAre(0));
+  EXPECT_THAT(client.call("read_thread", g_variant_new("(i)", 1)).integers(), ElementsAre(0));
+  EXPECT_THAT(client.call("update_group_chat_address", g_variant_new("(i)", 1)).integers(), ElementsAre(-5));
+  const std::vector<int> ids = {1, 1};
+  GVariant* array = g_variant_new_fixed_array(G_VARIANT_TYPE_INT32, ids.data(), ids.size(), sizeof(int));
+  EXPECT_THAT(client.call("delete_threads", g_variant_new("(v)", array)).integers(), ElementsAre(0));
+  EXPECT_THAT(client.call("delete_thread", g_variant_new("(i)", 1)).integers(), ElementsAre(-1101));
+  ASSERT_TRUE(client.heard(2));
+  EXPECT_THAT(client.signals(),
+              ElementsAre(changed("storage_changed", "changed", 2), changed("storage_changed", "deleted", 3)));
+}
+
+TEST_F(BusCalls, AnAttachmentGoesInAndComesBack) {
+  Client client(bus.address());
+  test::write_file(folder.file("photo.png"), "image");
+  test::write_file(folder.file("note.txt"), "text");
+  GVariant* mms = g_variant_new("(sisssi)", "mms", 0, "+4917", "look", folder.file("photo.png").c_str(), 1);
+  EXPECT_THAT(client.call("send_message", mms).integers(), ElementsAre(1, 0));
+  GVariant* more = g_variant_new("(is)", 1, folder.file("note.txt").c_str());
+  EXPECT_THAT(client.call("send_content_file", more).integers(), ElementsAre(0));
+  const std::string copy = folder.file("copy.png");
+  EXPECT_THAT(client.call("get_content_file", g_variant_new("(is)", 1, copy.c_str())).integers(), ElementsAre(0));
+  EXPECT_EQ(test::read_file(copy), "image");
+  EXPECT_THAT(client.call("get_content_file", g_variant_new("(is)", 1, copy.c_str())).integers(), ElementsAre(-25));
+  EXPECT_EQ(stored(1).contents.size(), 3U);
+}
+
+TEST_F(BusCalls, DeviceRequestsAreTaken) {
+  received({});
+  Client client(bus.address());
+  EXPECT_THAT(client.call("show_on_device", g_variant_new("(i)", 1)).integers(), ElementsAre(0));
+  EXPECT_THAT(client.call("send_change_sms_application_request", g_variant_new("(b)", TRUE)).integers(),
+              ElementsAre(0));
+}
+
+TEST_F(BusCalls, ARefusedMessageHasNoId) {
+  Client client(bus.address());
+  EXPECT_THAT(client.send("", "nobody"), ElementsAre(0, -3));
+}
+
+struct NotImplemented {
+  const char* method;
+  const char* arguments;
+  std::vector<int> reply;
+};
+
+class LaterCommands : public ServiceOnBus, public testing::WithParamInterface<NotImplemented> {};
+
+TEST_P(LaterCommands, AreAnsweredWithAStatusOfTheirOwn) {
+  Client client(bus.address());
+  GVariant* arguments = g_variant_new_parsed(GetParam().arguments);
+  EXPECT_EQ(client.call(GetParam().method, arguments).integers(), GetParam().reply);
+}
+
+INSTANTIATE_TEST_SUITE_P(EachCommand, LaterCommands,
+                         testing::Values(NotImplemented{"nms_add_message", "(<(b'x',)>, 1)", {-6}},
+                                         NotImplemented{"nms_delete_message_by_time", "(1,)", {-6}},
+                                         NotImplemented{"nms_send_message", "('sms', 0, 'a', 'b', '')", {0, -6}},
+                                         NotImplemented{"nms_resend_message", "(1,)", {-6}},
+                                         NotImplemented{"nms_add_msg_meta", "(<(b'x',)>, 1)", {-6}},
+                                         NotImplemented{"nms_update_msg_meta", "(1, 'o', <(b'x',)>, 1)", {-6}},
+                                         NotImplemented{"nms_delete_msg_meta", "(1, 'o')", {-6}},
+                                         NotImplemented{"nms_delete_invalid_msg_meta", "@() ()", {-6}},
+                                         NotImplemented{"nms_handle_resetbox", "@() ()", {-6}},
+                                         NotImplemented{"nms_download_mms", "(1,)", {-6}},
+                                         NotImplemented{"nms_update_message_network_status", "(1, 2)", {-6}},
+                                         NotImplemented{"nms_update_subscription_info", "(uint64 1, 't')", {-6}}),
+                         [](const auto& row) { return row.param.method; });
+
+struct Malformed {
+  const char* name;
+  const char* method;
+  const char* arguments;
+  const char* error;
+};
+
+class MalformedCalls : public ServiceOnBus, public testing::WithParamInterface<Malformed> {};
+
+TEST_P(MalformedCalls, AreAnsweredWithAnErrorAndDoNoHarm) {
+  Client client(bus.address());
+  const Reply reply = client.call(GetParam().method, g_variant_new_parsed(GetParam().arguments));
+  EXPECT_EQ(reply.error, GetParam().error);
+  EXPECT_THAT(client.send("+4917", "still here"), ElementsAre(1, 0));
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    EachKind, MalformedCalls,
+    testing::Values(Malformed{"UnknownMethod", "frobnicate", "(1,)", "org.freedesktop.DBus.Error.UnknownMethod"},
+                    Malformed{"TooFewArguments", "read_message", "(1,)", "org.freedesktop.DBus.Error.InvalidArgs"},
+                    Malformed{"TextForNumber", "read_thread", "('1',)", "org.freedesktop.DBus.Error.InvalidArgs"},
+                    Malformed{"TextForArray", "delete_threads", "(<'1'>,)", "org.freedesktop.DBus.Error.InvalidArgs"},
+                    Malformed{"OtherArray", "delete_threads", "(<[int64 1]>,)",
+                              "org.freedesktop.DBus.Error.InvalidArgs"}),
+    [](const auto& row) { return row.param.name; });
+
+/// Notes the order in which messages come in; called on GDBus's own thread.
+class Arrivals {
+ public:
+  explicit Arrivals(GDBusConnection* connection)
+      : _connection(connection), _filter(g_dbus_connection_add_filter(connection, note, this, nullptr)) {}
+  ~Arrivals() { g_dbus_connection_remove_filter(_connection, _filter); }
+  Arrivals(const Arrivals&) = delete;
+  Arrivals& operator=(const Arrivals&) = delete;
+
+  std::vector<GDBusMessageType> types() const {
+    const std::scoped_lock guard(_mutex);
+    return _types;
+  }
+
+ private:
+  static GDBusMessage* note(GDBusConnection* /*connection*/, GDBusMessage* message, gboolean incoming, void* self) {
+    if (incoming != FALSE) {
+      auto* arrivals = static_cast<Arrivals*>(self);
+      const std::scoped_lock guard(arrivals->_mutex);
+      arrivals->_types.push_back(g_dbus_message_get_message_type(message));
+    }
+    return message;
+  }
+
+  GDBusConnection* _connection;
+  mutable std::mutex _mutex;
+  std::vector<GDBusMessageType> _types;
+  guint _filter;
+};
+
+TEST_F(BusCalls, TheReplyComesBeforeTheSignal) {
+  Client client(bus.address());
+  client.send("+4917", "starts the service");
+  ASSERT_TRUE(client.heard(4));
+  const Arrivals arrivals(client.connection());
+  client.call("read_thread", g_variant_new("(i)", 1));
+  client.call("delete_message", g_variant_new("(ii)", 1, 0));
+  ASSERT_TRUE(client.heard(5));
+  EXPECT_THAT(arrivals.types(), ElementsAre(G_DBUS_MESSAGE_TYPE_METHOD_RETURN, G_DBUS_MESSAGE_TYPE_METHOD_RETURN,
+                                            G_DBUS_MESSAGE_TYPE_SIGNAL));
+}
+
+}  // namespace
+}  // namespace msg_consumer::service
