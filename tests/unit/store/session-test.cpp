@@ -102,13 +102,21 @@ TEST_F(OpenFiles, DeinitDuringAQueryLetsItFinishAndClosesAfterwards) {
   });
   ASSERT_TRUE(test::wait_until([&] { return std::filesystem::exists(locked); }));
 
-  std::thread reader([] { EXPECT_EQ(count_messages(), 1); });
+  std::atomic<bool> has_read = false;
+  std::atomic<bool> may_end = false;
+  std::thread reader([&] {
+    EXPECT_EQ(count_messages(), 1);
+    has_read = true;
+    EXPECT_TRUE(test::wait_until([&] { return may_end.load(); }));
+  });
   EXPECT_TRUE(test::wait_until([&] { return open_files(_store) == 1; }));
   deinit_db();
   EXPECT_EQ(open_files(_store), 1);
   test::write_file(release, "");
-  reader.join();
+  EXPECT_TRUE(test::wait_until([&] { return has_read.load(); }));
   EXPECT_EQ(open_files(_store), 0);
+  may_end = true;
+  reader.join();
 }
 
 TEST_F(Sessions, ThreadsReadWhileAWriterWritesAndConnectionsAreClosed) {
