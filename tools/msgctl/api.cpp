@@ -23,6 +23,11 @@ void check_list(int status, const char* action) {
   if (status != MSG_CONSUMER_ERROR_NO_DATA) check_query(status, {action, "such record", {}});
 }
 
+Attempt reading_thread(int thread_id) {
+  const std::string subject = "thread " + std::to_string(thread_id);
+  return {"read " + subject, subject, "'msgctl threads' lists the threads."};
+}
+
 }  // namespace
 
 MessageItem get_message(int message_id) {
@@ -41,10 +46,21 @@ ThreadList get_threads() {
 
 ConversationList get_conversation(int thread_id) {
   auto handle = zero_filled<ConversationList::Handle>();
-  const std::string subject = "thread " + std::to_string(thread_id);
-  check_query(msg_consumer_get_conversation_view_list(thread_id, handle.get()),
-              {"read " + subject, subject, "'msgctl threads' lists the threads."});
+  check_query(msg_consumer_get_conversation_view_list(thread_id, handle.get()), reading_thread(thread_id));
   return ConversationList(std::move(handle));
+}
+
+AddressList get_addresses(int thread_id) {
+  auto handle = zero_filled<AddressList::Handle>();
+  check_query(msg_consumer_get_address_list(thread_id, handle.get()), reading_thread(thread_id));
+  return AddressList(std::move(handle));
+}
+
+int get_thread_with(const std::string& address) {
+  int thread_id = 0;
+  check_query(msg_consumer_get_thread_id_by_address(address.c_str(), &thread_id),
+              {"look for the thread", "thread with " + address + " alone", "'msgctl threads' lists the threads."});
+  return thread_id;
 }
 
 MessageList get_messages(const MessageFilter& filter) {

@@ -52,6 +52,7 @@ class RecordList {
 using MessageList = RecordList<msg_message_item_t, msg_consumer_free_message_list>;
 using ThreadList = RecordList<msg_thread_view_t, msg_consumer_free_thread_list>;
 using ConversationList = RecordList<msg_conversation_view_t, msg_consumer_free_conversation_list>;
+using AddressList = RecordList<msg_address_item_t, msg_consumer_free_address_list>;
 
 /// The messages to list. Nothing set means all of them, newest first.
 struct MessageFilter {
@@ -70,6 +71,12 @@ ThreadList get_threads();
 
 /// Fails when there is no such thread.
 ConversationList get_conversation(int thread_id);
+
+/// The participants of a thread; fails when there is no such thread.
+AddressList get_addresses(int thread_id);
+
+/// The thread whose only participant is `address`; fails when there is none.
+int get_thread_with(const std::string& address);
 
 /// Empty when none matches.
 MessageList get_messages(const MessageFilter& filter);

@@ -59,9 +59,11 @@ class CommandLine {
     return name;
   }
 
+  // Whether that is a command, and not only a group of them.
+  [[nodiscard]] bool complete() const { return chosen() != entries_.end(); }
+
   void run(msgctl::Context& context) const {
-    const auto chosen = std::find_if(entries_.begin(), entries_.end(), [](const Entry& e) { return e.app->parsed(); });
-    if (chosen != entries_.end()) chosen->action(context);
+    if (complete()) chosen()->action(context);
   }
 
  private:
@@ -70,13 +72,21 @@ class CommandLine {
     msgctl::Action action;
   };
 
+  [[nodiscard]] std::vector<Entry>::const_iterator chosen() const {
+    return std::find_if(entries_.begin(), entries_.end(), [](const Entry& entry) { return entry.app->parsed(); });
+  }
+
   // A name of two words, such as "thread read", is a command in a group.
   CLI::App& group_of(const std::string& name, std::string& last_word) {
     const std::size_t blank = name.find(' ');
     last_word = name.substr(blank == std::string::npos ? 0 : blank + 1);
     if (blank == std::string::npos) return app_;
     CLI::App*& group = groups_[name.substr(0, blank)];
-    if (group == nullptr) group = app_.add_subcommand(name.substr(0, blank))->require_subcommand(1);
+    if (group == nullptr) {
+      const std::string word = name.substr(0, blank);
+      group = app_.add_subcommand(word, "Commands for a " + word + "; see 'msgctl " + word + " --help'");
+      group->require_subcommand(1);
+    }
     return *group;
   }
 
@@ -115,16 +125,24 @@ ExitCode run(const CommandLine& command_line) {
   return context.outcome;
 }
 
-// The library of the command line only finds that a command is missing where one is misspelt.
-Failure failure_of(const CLI::ParseError& error, const CommandLine& command_line, int argc, char** argv) {
-  const std::string command = command_line.found();
-  if (!command.empty()) {
-    return {ExitCode::Usage, error.what(), "'msgctl " + command + " --help' shows how it is used."};
-  }
-  const auto is_word = [](std::string_view argument) { return !argument.starts_with('-'); };
-  char** const word = std::find_if(argv + 1, argv + argc, is_word);
-  const std::string what = word != argv + argc ? std::string("there is no command '") + *word + "'" : error.what();
-  return {ExitCode::Usage, what, "'msgctl --help' lists the commands."};
+// The command line without its options, of which those in front of the command take no value.
+std::vector<std::string> words_of(int argc, char** argv) {
+  std::vector<std::string> words(argv + 1, argv + argc);
+  std::erase_if(words, [](const std::string& word) { return word.starts_with('-'); });
+  return words;
+}
+
+// The parser only finds that a command is missing where one is misspelt.
+Failure failure_of(const CLI::ParseError& error, const CommandLine& command_line,
+                   const std::vector<std::string>& words) {
+  const std::string found = command_line.found();
+  const std::string prefix = found.empty() ? "" : found + " ";
+  const auto depth = static_cast<std::size_t>(std::count(prefix.begin(), prefix.end(), ' '));
+  const bool misspelt = !command_line.complete() && words.size() > depth;
+  const std::string what = misspelt ? "there is no command '" + prefix + words[depth] + "'" : error.what();
+  return {
+      ExitCode::Usage, what,
+      "'msgctl " + prefix + "--help' " + (command_line.complete() ? "shows how it is used." : "lists the commands.")};
 }
 
 // Errors of the command line itself may leave the options unread.
@@ -139,7 +157,7 @@ ExitCode parse_and_run(int argc, char** argv) {
   } catch (const CLI::Success& request) {
     return static_cast<ExitCode>(command_line.print_help(request));
   } catch (const CLI::ParseError& error) {
-    msgctl::print_failure(failure_of(error, command_line, argc, argv), asks_for_json(argc, argv));
+    msgctl::print_failure(failure_of(error, command_line, words_of(argc, argv)), asks_for_json(argc, argv));
     return ExitCode::Usage;
   }
   return run(command_line);

@@ -135,4 +135,6 @@ std::string json_of(const msg_thread_view_t& thread) {
   return json_text(object);
 }
 
+std::string json_of(const msg_address_item_t& address) { return json_text(object_of(address)); }
+
 }  // namespace msgctl

@@ -12,6 +12,7 @@ namespace msgctl {
 std::string json_of(const msg_message_item_t& message);
 std::string json_of(const msg_conversation_view_t& message);
 std::string json_of(const msg_thread_view_t& thread);
+std::string json_of(const msg_address_item_t& address);
 
 }  // namespace msgctl
 

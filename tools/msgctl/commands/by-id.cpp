@@ -40,12 +40,19 @@ void run_in_json(const CommandById& command, const std::string& kind, const std:
   done.end();
 }
 
+// "read", or "thread-read" for a command in a group.
+std::string kind_of(const CLI::App& app) {
+  const CLI::App* group = app.get_parent();
+  const bool in_group = group != nullptr && group->get_parent() != nullptr;
+  return in_group ? group->get_name() + "-" + app.get_name() : app.get_name();
+}
+
 }  // namespace
 
 Action CommandById::operator()(CLI::App& app) const {
   auto ids = std::make_shared<std::vector<int>>();
   app.add_option("ID", *ids, std::string("The ") + noun + "s")->required()->check(id_check());
-  return [command = *this, kind = app.get_name(), ids](Context& context) {
+  return [command = *this, kind = kind_of(app), ids](Context& context) {
     const Connection connection;
     context.json ? run_in_json(command, kind, *ids, context) : run_in_words(command, *ids, context);
   };

@@ -11,6 +11,7 @@
 #include "msgctl/commands/commands.hpp"
 #include "msgctl/connection.hpp"
 #include "msgctl/json-text.hpp"
+#include "msgctl/service-path.hpp"
 #include "msgctl/text.hpp"
 
 namespace msgctl {
@@ -23,6 +24,7 @@ struct SendArguments {
   int thread_id = 0;
   int sim = 0;
   std::string text;
+  std::vector<std::string> files;
 };
 
 std::string read_standard_input() {
@@ -55,30 +57,56 @@ void check_sendable(const std::string& text, const char* what) {
                 "Convert it first, for example with 'iconv -t UTF-8'.");
 }
 
-std::string joined(const std::vector<std::string>& recipients) {
+std::string joined(const std::vector<std::string>& parts) {
   std::string result;
-  for (const std::string& recipient : recipients) {
+  for (const std::string& part : parts) {
     if (!result.empty()) result += ';';
-    result += recipient;
+    result += part;
   }
   return result;
 }
 
-int send(const SendArguments& arguments) {
+std::string joined_paths(const std::vector<std::string>& files) {
+  std::vector<std::string> paths;
+  for (const std::string& file : files) {
+    paths.push_back(path_of_existing_file(file));
+    if (paths.back().find(';') != std::string::npos) {
+      throw Failure(ExitCode::Refused, "a file with ';' in its path cannot be attached: " + paths.back(),
+                    "Rename it first.");
+    }
+  }
+  return joined(paths);
+}
+
+// What both ways of sending have in common; `call` does the sending.
+template <typename Call>
+void send(const SendArguments& arguments, Context& context, Call call) {
   const std::string recipients = joined(arguments.recipients), text = text_to_send(arguments.text);
   check_sendable(recipients, "an address");
   check_sendable(text, "the text");
   const Connection connection;
-  int message_id = 0;
+  int id = 0;
   check_command(
-      msg_consumer_send_message(arguments.thread_id, recipients.c_str(), text.c_str(), arguments.sim, &message_id),
+      call(recipients.c_str(), text.c_str(), &id),
       {"send the message", "thread " + std::to_string(arguments.thread_id), "'msgctl threads' lists the threads."});
-  return message_id;
+  context.json ? write_json_item(context.out, "sent", json_text(nlohmann::ordered_json{{"message_id", id}}))
+               : context.out.write("sent as message " + std::to_string(id) + "\n");
 }
 
-}  // namespace
+void send_sms(const SendArguments& arguments, Context& context) {
+  send(arguments, context, [&](const char* recipients, const char* text, int* id) {
+    return msg_consumer_send_message(arguments.thread_id, recipients, text, arguments.sim, id);
+  });
+}
 
-Action configure_send(CLI::App& app) {
+void send_mms(const SendArguments& arguments, Context& context) {
+  const std::string files = joined_paths(arguments.files);
+  send(arguments, context, [&](const char* recipients, const char* text, int* id) {
+    return msg_consumer_send_mms(arguments.thread_id, recipients, text, files.c_str(), arguments.sim, id);
+  });
+}
+
+std::shared_ptr<SendArguments> declare_arguments(CLI::App& app) {
   auto arguments = std::make_shared<SendArguments>();
   CLI::Option_group* receivers = app.add_option_group("Receivers", "At least one of");
   receivers->require_option(1, 0);
@@ -88,11 +116,27 @@ Action configure_send(CLI::App& app) {
                              "ADDRESS"));
   receivers->add_option("--thread", arguments->thread_id, "Write in this thread")->check(id_check());
   app.add_option("--sim", arguments->sim, "The SIM to send with")->check(whole_number(0));
-  app.add_option("TEXT", arguments->text, "The text; - reads it from the standard input")->required();
+  app.add_option("TEXT", arguments->text, "The text; - reads it from the standard input");
+  return arguments;
+}
+
+}  // namespace
+
+Action configure_send(CLI::App& app) {
+  const auto arguments = declare_arguments(app);
+  app.get_option("TEXT")->required();
+  return [arguments](Context& context) { send_sms(*arguments, context); };
+}
+
+Action configure_mms(CLI::App& app) {
+  const auto arguments = declare_arguments(app);
+  app.add_option("--file", arguments->files, "A file to attach; may be repeated")->allow_extra_args(false);
   return [arguments](Context& context) {
-    const int id = send(*arguments);
-    context.json ? write_json_item(context.out, "sent", json_text(nlohmann::ordered_json{{"message_id", id}}))
-                 : context.out.write("sent as message " + std::to_string(id) + "\n");
+    if (arguments->text.empty() && arguments->files.empty()) {
+      throw Failure(ExitCode::Usage, "there is nothing to send: neither a text nor a --file",
+                    "'msgctl mms --help' shows how it is used.");
+    }
+    send_mms(*arguments, context);
   };
 }
 

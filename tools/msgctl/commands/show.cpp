@@ -46,8 +46,9 @@ std::string words_of(const msg_address_item_t& address) {
 }
 
 std::string words_of(const msg_content_item_t& part) {
-  return std::to_string(part.content_id) + "  " + content_kind(part.kind) + "  " + text_of(part.text_10) + "  " +
-         text_of(part.text_8);
+  std::string words = std::to_string(part.content_id) + "  " + content_kind(part.kind) + "  " + text_of(part.text_10);
+  if (*text_of(part.text_8) != '\0') words.append("  ").append(part.text_8);
+  return words;
 }
 
 std::string label_of_role(int role) {

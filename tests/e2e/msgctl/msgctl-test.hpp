@@ -1,0 +1,71 @@
+// SPDX-License-Identifier: Apache-2.0
+#ifndef MSGCTL_TEST_HPP
+#define MSGCTL_TEST_HPP
+
+#include <gtest/gtest.h>
+
+#include <nlohmann/json.hpp>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "support/environment.hpp"
+#include "support/private-bus.hpp"
+#include "support/process.hpp"
+#include "support/temp-dir.hpp"
+
+namespace msg_consumer::test {
+
+using Json = nlohmann::json;
+using Arguments = std::vector<std::string>;
+
+/// How a run of msgctl ended, and what it wrote.
+struct Outcome {
+  ExitStatus status = 0;
+  std::string out;
+  std::string err;
+
+  [[nodiscard]] Json json() const { return Json::parse(out); }
+  [[nodiscard]] Json json_error() const { return Json::parse(err).at("error"); }
+};
+
+/// A private bus with an empty store, and msgctl. The bus knows no service yet.
+class MsgctlWithoutService : public testing::Test {
+ protected:
+  Outcome msgctl(const Arguments& arguments, const Process::Environment& environment = {});
+
+  /// Runs a command line of the shell in which "$MSGCTL" is msgctl.
+  Outcome shell(const std::string& command_line);
+
+  void install_service(const std::string& command_line);
+
+  TempDir folder_;
+  EnvironmentVariable database_{"MSG_CONSUMER_DB", folder_.file("messages.db")};
+  EnvironmentVariable preferences_{"MSG_CONSUMER_PREFERENCES", folder_.file("preferences.ini")};
+  EnvironmentVariable files_{"MSG_CONSUMER_FILES", folder_.file("files")};
+  EnvironmentVariable time_zone_{"TZ", "UTC"};
+  EnvironmentVariable columns_{"COLUMNS", std::nullopt};
+  EnvironmentVariable log_level_{"MSG_CONSUMER_LOG_LEVEL", std::nullopt};
+  PrivateBus bus_;
+};
+
+/// The same with the service, which the bus starts on demand.
+class Msgctl : public MsgctlWithoutService {
+ protected:
+  Msgctl() { install_service(SERVICE_PATH); }
+
+  /// Ends the service, which must not outlive its folder.
+  void TearDown() override;
+
+  /// Sends a message and returns its id; fails the test when that does not work.
+  int send(const std::string& recipient, const std::string& text);
+
+  /// The process id of the running service, none when it does not run.
+  std::optional<int> service_process();
+
+  Json message(int id) { return msgctl({"show", std::to_string(id), "--json"}).json().at("item"); }
+};
+
+}  // namespace msg_consumer::test
+
+#endif

@@ -1,0 +1,62 @@
+// SPDX-License-Identifier: Apache-2.0
+#include <msg-consumer/msg-consumer-client.h>
+
+#include <memory>
+#include <nlohmann/json.hpp>
+
+#include "msgctl/commands/commands.hpp"
+#include "msgctl/connection.hpp"
+#include "msgctl/json-text.hpp"
+
+namespace msgctl {
+namespace {
+
+constexpr const char* advice = "'msgctl threads' lists the threads.";
+
+std::string joined(const std::vector<int>& ids) {
+  std::string words;
+  for (const int id : ids) words += (words.empty() ? "" : ", ") + std::to_string(id);
+  return words;
+}
+
+// All of them as one change, or none.
+void delete_threads(const std::vector<int>& ids, Context& context) {
+  const bool one = ids.size() == 1;
+  const std::string threads = (one ? "thread " : "threads ") + joined(ids);
+  const std::string missing = one ? threads : "thread by one of the ids " + joined(ids) + ", so nothing was deleted";
+  const Connection connection;
+  check_command(one ? msg_consumer_delete_thread(ids.front())
+                    : msg_consumer_delete_threads(ids.data(), static_cast<int>(ids.size())),
+                {"delete " + threads, missing, advice});
+  context.json ? write_json_item(context.out, "thread-delete", json_text(nlohmann::ordered_json{{"thread_ids", ids}}))
+               : context.out.write(threads + " deleted\n");
+}
+
+void set_active_thread(int id, Context& context) {
+  const Connection connection;
+  const std::string subject = "thread " + std::to_string(id);
+  check_command(msg_consumer_set_active_thread_id(id), {"make " + subject + " the active one", subject, advice});
+  const nlohmann::ordered_json item = {{"thread_id", id != 0 ? nlohmann::ordered_json(id) : nullptr}};
+  context.json ? write_json_item(context.out, "thread-active", json_text(item))
+               : context.out.write(id != 0 ? subject + " is the active one\n" : "no thread is active\n");
+}
+
+}  // namespace
+
+Action configure_thread_delete(CLI::App& app) {
+  auto ids = std::make_shared<std::vector<int>>();
+  app.add_option("ID", *ids, "The threads")->required()->check(id_check());
+  return [ids](Context& context) { delete_threads(*ids, context); };
+}
+
+Action configure_thread_active(CLI::App& app) {
+  auto id = std::make_shared<int>(0);
+  CLI::Option_group* choice = app.add_option_group("Choice", "One of");
+  choice->require_option(1);
+  choice->add_option("ID", *id, "The thread that is being looked at")->check(id_check());
+  choice->add_flag_callback(
+      "--none", [id] { *id = 0; }, "No thread is being looked at any more");
+  return [id](Context& context) { set_active_thread(*id, context); };
+}
+
+}  // namespace msgctl
