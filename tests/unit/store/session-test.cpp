@@ -144,6 +144,13 @@ TEST_F(Sessions, ThreadsReadWhileAWriterWritesAndConnectionsAreClosed) {
   EXPECT_EQ(count_messages(), 301);
 }
 
+TEST_F(OpenFiles, AFailedQueryClosesItsConnectionSoThatTheNextOneLooksAnew) {
+  schema::execute(schema::open_database(_store.path(), SQLITE_OPEN_READWRITE).get(),
+                  "UPDATE message SET packed = x'ff'");
+  EXPECT_EQ(count_messages(), DB_CORRUPT);
+  EXPECT_EQ(open_files(_store), 0);
+}
+
 TEST_F(OpenFiles, AForkedChildOpensAConnectionOfItsOwn) {
   EXPECT_EQ(count_messages(), 1);
   test::Process child([this] {
