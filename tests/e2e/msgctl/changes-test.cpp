@@ -5,7 +5,6 @@
 #include <csignal>
 
 #include "msgctl-test.hpp"
-#include "support/wait-until.hpp"
 
 namespace msg_consumer::test {
 namespace {
@@ -173,8 +172,7 @@ TEST_F(Msgctl, AServiceThatWasKilledIsStartedAgainByTheNextCommand) {
   send("+15550100", "first");
   const auto process = service_process();
   ASSERT_TRUE(process);
-  kill(*process, SIGKILL);
-  ASSERT_TRUE(wait_until([&] { return service_process() != process; }));
+  end_process(*process, SIGKILL);
   send("+15550100", "second");
   EXPECT_EQ(message(2).at("body"), "second");
 }

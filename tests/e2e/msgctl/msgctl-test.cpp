@@ -3,6 +3,10 @@
 
 #include <gio/gio.h>
 
+#include <poll.h>
+#include <sys/syscall.h>
+#include <unistd.h>
+
 #include <csignal>
 
 #include "support/wait-until.hpp"
@@ -19,6 +23,14 @@ Outcome outcome_of(Process& process) {
 }
 
 }  // namespace
+
+void end_process(int process, int signal) {
+  // Others' children may stay zombies for long, which a descriptor sees through.
+  pollfd end = {.fd = static_cast<int>(syscall(SYS_pidfd_open, process, 0)), .events = POLLIN, .revents = 0};
+  kill(process, signal);
+  EXPECT_EQ(poll(&end, 1, static_cast<int>(patience.count())), 1) << "the process does not end";
+  close(end.fd);
+}
 
 Outcome MsgctlWithoutService::msgctl(const Arguments& arguments, const Process::Environment& environment) {
   Arguments command = {MSGCTL_PATH};
@@ -37,10 +49,7 @@ void MsgctlWithoutService::install_service(const std::string& command_line) {
 }
 
 void Msgctl::TearDown() {
-  if (const auto process = service_process()) {
-    kill(*process, SIGTERM);
-    EXPECT_TRUE(wait_until([&] { return kill(*process, 0) != 0; }));
-  }
+  if (const auto process = service_process()) end_process(*process, SIGTERM);
 }
 
 int Msgctl::send(const std::string& recipient, const std::string& text) {

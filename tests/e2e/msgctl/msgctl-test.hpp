@@ -29,6 +29,9 @@ struct Outcome {
   [[nodiscard]] Json json_error() const { return Json::parse(err).at("error"); }
 };
 
+/// Signals a process that is not this one's child, and waits for its end.
+void end_process(int process, int signal);
+
 /// A private bus with an empty store, and msgctl. The bus knows no service yet.
 class MsgctlWithoutService : public testing::Test {
  protected:
