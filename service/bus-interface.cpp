@@ -16,9 +16,7 @@ namespace {
 
 // One reader for each type of argument; a negative errno when the call holds something else.
 
-int read(sd_bus_message* call, int& value) {
-  return sd_bus_message_read_basic(call, 'i', &value);
-}
+int read(sd_bus_message* call, int& value) { return sd_bus_message_read_basic(call, 'i', &value); }
 
 int read(sd_bus_message* call, bool& value) {
   int boolean = 0;
@@ -69,13 +67,9 @@ int reply(sd_bus_message* call, const Creation& creation) {
   return sd_bus_reply_method_return(call, "ii", creation.message_id, static_cast<int>(creation.outcome.status));
 }
 
-const Outcome& outcome_of(const Outcome& outcome) {
-  return outcome;
-}
+const Outcome& outcome_of(const Outcome& outcome) { return outcome; }
 
-const Outcome& outcome_of(const Creation& creation) {
-  return creation.outcome;
-}
+const Outcome& outcome_of(const Creation& creation) { return creation.outcome; }
 
 // For the commands that this service does not know yet.
 

@@ -239,8 +239,6 @@ void ContentFiles::remove_orphans(const std::function<bool(int message_id)>& exi
   }
 }
 
-fs::path ContentFiles::folder_of(int message_id) const {
-  return _root / std::to_string(message_id);
-}
+fs::path ContentFiles::folder_of(int message_id) const { return _root / std::to_string(message_id); }
 
 }  // namespace msg_consumer::service

@@ -15,7 +15,6 @@ class Inbox {
 
   /// The thread that the user is looking at, 0 for none: what arrives in it counts as read.
   void set_active_thread(int id) { _active_thread = id; }
-  int active_thread() const { return _active_thread; }
 
   /// Stores an incoming message, in the thread `num_b` or, when that is 0, in the thread of its sender and its other
   /// participants. Sets its id and its thread. Throws.

@@ -7,26 +7,41 @@
 #include <cerrno>
 #include <stdexcept>
 #include <system_error>
+#include <thread>
 
 namespace msg_consumer::service {
 namespace {
 
-FileDescriptor lock(const std::string& path) {
+constexpr std::chrono::milliseconds PAUSE{10};
+
+bool try_lock(const FileDescriptor& file, const std::string& path) {
+  if (flock(file.get(), LOCK_EX | LOCK_NB) == 0) {
+    return true;
+  }
+  if (errno != EWOULDBLOCK) {
+    throw std::system_error(errno, std::generic_category(), "cannot lock " + path);
+  }
+  return false;
+}
+
+FileDescriptor lock(const std::string& path, std::chrono::milliseconds patience) {
   FileDescriptor file(open(path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW, 0640));
   if (!file) {
     throw std::system_error(errno, std::generic_category(), "cannot open the lock file " + path);
   }
-  if (flock(file.get(), LOCK_EX | LOCK_NB) == 0) {
-    return file;
+  const auto end = std::chrono::steady_clock::now() + patience;
+  while (!try_lock(file, path)) {
+    if (std::chrono::steady_clock::now() >= end) {
+      throw std::runtime_error("another instance of the service is running: it holds the lock " + path);
+    }
+    std::this_thread::sleep_for(PAUSE);
   }
-  if (errno == EWOULDBLOCK) {
-    throw std::runtime_error("another instance of the service is running: it holds the lock " + path);
-  }
-  throw std::system_error(errno, std::generic_category(), "cannot lock " + path);
+  return file;
 }
 
 }  // namespace
 
-InstanceLock::InstanceLock(const std::string& database) : _file(lock(database + ".lock")) {}
+InstanceLock::InstanceLock(const std::string& database, std::chrono::milliseconds patience)
+    : _file(lock(database + ".lock", patience)) {}
 
 }  // namespace msg_consumer::service

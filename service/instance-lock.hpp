@@ -2,6 +2,7 @@
 #ifndef MSG_CONSUMER_SERVICE_INSTANCE_LOCK_HPP
 #define MSG_CONSUMER_SERVICE_INSTANCE_LOCK_HPP
 
+#include <chrono>
 #include <string>
 
 #include "file-descriptor.hpp"
@@ -13,8 +14,8 @@ namespace msg_consumer::service {
 class InstanceLock {
  public:
   /// Locks `<database>.lock`, which is made when it is missing and never removed. Throws `std::runtime_error` when
-  /// another instance holds it.
-  explicit InstanceLock(const std::string& database);
+  /// another instance still holds it after `patience`.
+  InstanceLock(const std::string& database, std::chrono::milliseconds patience);
 
  private:
   FileDescriptor _file;

@@ -34,18 +34,14 @@ LoopbackNetwork::LoopbackNetwork(sd_event* loop, StoreWriter& store, Announcer& 
   _scheduled = true;
 }
 
-void LoopbackNetwork::send_queued() noexcept {
-  schedule(_beat);
-}
+void LoopbackNetwork::send_queued() noexcept { schedule(_beat); }
 
 void LoopbackNetwork::retrieve(int message_id) {
   _retrieving.insert(message_id);
   schedule(_beat);
 }
 
-bool LoopbackNetwork::is_retrieving(int message_id) const {
-  return _retrieving.contains(message_id);
-}
+bool LoopbackNetwork::is_retrieving(int message_id) const { return _retrieving.contains(message_id); }
 
 int LoopbackNetwork::on_beat(sd_event_source* /*source*/, std::uint64_t /*time*/, void* network) {
   static_cast<LoopbackNetwork*>(network)->beat();

@@ -2,6 +2,7 @@
 #include <systemd/sd-bus.h>
 #include <systemd/sd-event.h>
 
+#include <chrono>
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
@@ -28,6 +29,10 @@
 
 namespace msg_consumer::service {
 namespace {
+
+// After the bus was restarted, its first call starts a successor while the old instance is still ending. A caller
+// waits for five seconds.
+constexpr std::chrono::seconds LOCK_PATIENCE{2};
 
 using EventLoop = Owned<sd_event, sd_event_unref>;
 using Bus = Owned<sd_bus, sd_bus_flush_close_unref>;
@@ -79,7 +84,7 @@ int serve() {
   const Locations places = locations();
   const EventLoop loop = make_loop();
   const Bus bus = connect(loop.get());
-  const InstanceLock lock(places.database);
+  const InstanceLock lock(places.database, LOCK_PATIENCE);
   StoreWriter store(places.database);
   ContentFiles files(places.files);
   files.remove_orphans([&](int message_id) { return store.messages().find(message_id).has_value(); });

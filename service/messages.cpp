@@ -184,8 +184,6 @@ Messages::Removed Messages::remove_unlocked(int thread_id) {
   return removed;
 }
 
-std::vector<int> Messages::in_flight(int delivery) {
-  return ids_of(_in_flight.bind(1, delivery));
-}
+std::vector<int> Messages::in_flight(int delivery) { return ids_of(_in_flight.bind(1, delivery)); }
 
 }  // namespace msg_consumer::service

@@ -18,9 +18,7 @@ Outcome Commands::read_thread(int thread_id) {
   });
 }
 
-Outcome Commands::delete_thread(int thread_id) {
-  return delete_threads({thread_id});
-}
+Outcome Commands::delete_thread(int thread_id) { return delete_threads({thread_id}); }
 
 Outcome Commands::delete_threads(const std::vector<int>& thread_ids) {
   std::vector<int> message_ids;

@@ -199,9 +199,7 @@ bool Threads::message_removed(const Message& message) {
   return false;
 }
 
-void Threads::all_read(int id) {
-  _all_read.bind(1, id).run();
-}
+void Threads::all_read(int id) { _all_read.bind(1, id).run(); }
 
 void Threads::recount(int id) {
   Tally counts;
@@ -216,9 +214,7 @@ void Threads::recount(int id) {
   find_last(id);
 }
 
-void Threads::remove(int id) {
-  _remove.bind(1, id).run();
-}
+void Threads::remove(int id) { _remove.bind(1, id).run(); }
 
 void Threads::count(int id, const Tally& difference) {
   _count.bind(1, id)
@@ -238,9 +234,7 @@ void Threads::set_counts(int id, const Tally& counts) {
       .run();
 }
 
-void Threads::raise_last(const Message& message) {
-  set_last(_raise_last, message);
-}
+void Threads::raise_last(const Message& message) { set_last(_raise_last, message); }
 
 void Threads::find_last(int id) {
   const schema::ResetAtExit reset(_newest_message);

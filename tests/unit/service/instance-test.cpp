@@ -3,8 +3,12 @@
 #include <gtest/gtest.h>
 #include <msg-consumer-platform/preference.h>
 
+#include <atomic>
+#include <chrono>
+#include <memory>
 #include <optional>
 #include <stdexcept>
+#include <thread>
 
 #include "service/instance-lock.hpp"
 #include "service/locations.hpp"
@@ -19,6 +23,8 @@ using test::EnvironmentVariable;
 
 class Instance : public testing::Test {
  protected:
+  static constexpr std::chrono::milliseconds NONE{0};
+
   static int readiness() {
     int value = -1;
     EXPECT_EQ(preference_get_int("consumer_preference_int_consumer_status", &value), 0);
@@ -32,28 +38,42 @@ class Instance : public testing::Test {
 
 TEST_F(Instance, TheSecondOneIsRefusedUntilTheFirstIsGone) {
   {
-    const InstanceLock first(database);
+    const InstanceLock first(database, NONE);
     try {
-      const InstanceLock second(database);
+      const InstanceLock second(database, NONE);
       ADD_FAILURE() << "two instances";
     } catch (const std::runtime_error& error) {
       EXPECT_THAT(error.what(), testing::HasSubstr("another instance"));
     }
   }
-  EXPECT_NO_THROW(InstanceLock{database});
+  EXPECT_NO_THROW((InstanceLock{database, NONE}));
+}
+
+TEST_F(Instance, ASuccessorWaitsForOneThatIsEnding) {
+  auto first = std::make_unique<InstanceLock>(database, NONE);
+  std::atomic<bool> is_held = false;
+  std::thread successor([&] {
+    const InstanceLock second(database, std::chrono::seconds(10));
+    is_held = true;
+  });
+  EXPECT_THROW((InstanceLock{database, NONE}), std::runtime_error);
+  EXPECT_FALSE(is_held);
+  first.reset();
+  successor.join();
+  EXPECT_TRUE(is_held);
 }
 
 TEST_F(Instance, OnesOfOtherDatabasesDoNotMatter) {
-  const InstanceLock first(database);
-  EXPECT_NO_THROW(InstanceLock{folder.file("other.db")});
+  const InstanceLock first(database, NONE);
+  EXPECT_NO_THROW((InstanceLock{folder.file("other.db"), NONE}));
 }
 
 TEST_F(Instance, AMissingFolderIsReported) {
-  EXPECT_THROW(InstanceLock{folder.file("missing/messages.db")}, std::runtime_error);
+  EXPECT_THROW((InstanceLock{folder.file("missing/messages.db"), NONE}), std::runtime_error);
 }
 
 TEST_F(Instance, IsReadyAsLongAsItSaysSo) {
-  const InstanceLock lock(database);
+  const InstanceLock lock(database, NONE);
   {
     const Readiness ready(lock);
     EXPECT_EQ(readiness(), 1);
@@ -62,7 +82,7 @@ TEST_F(Instance, IsReadyAsLongAsItSaysSo) {
 }
 
 TEST_F(Instance, CannotBeReadyWhenItCannotSaySo) {
-  const InstanceLock lock(database);
+  const InstanceLock lock(database, NONE);
   const EnvironmentVariable nowhere("MSG_CONSUMER_PREFERENCES", folder.file("missing/preferences.ini"));
   EXPECT_THROW(Readiness{lock}, std::runtime_error);
 }
