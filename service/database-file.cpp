@@ -3,6 +3,7 @@
 
 #include <fcntl.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <cerrno>
 #include <stdexcept>
@@ -42,18 +43,18 @@ void make_when_missing(const std::string& path) {
   }
 }
 
-// A reader who may open the database but not these two cannot read it.
+// A reader who may open the database but not these two cannot read it. By path and never through a descriptor: closing
+// any descriptor of a file drops all locks that this process, and so SQLite, holds on it.
 void give_owner_and_mode(const std::string& path, const struct stat& wanted) {
-  const FileDescriptor file(open(path.c_str(), O_RDWR | O_CLOEXEC));
-  if (!file) {
-    fail("cannot open " + path);
+  struct stat found {};
+  if (lstat(path.c_str(), &found) != 0) {
+    fail("cannot look at " + path);
   }
-  const struct stat found = status_of(file, path);
-  if (found.st_gid != wanted.st_gid && fchown(file.get(), static_cast<uid_t>(-1), wanted.st_gid) != 0) {
+  if (found.st_gid != wanted.st_gid && lchown(path.c_str(), static_cast<uid_t>(-1), wanted.st_gid) != 0) {
     fail("cannot set the group of " + path);
   }
   const mode_t mode = wanted.st_mode & PERMISSION_BITS;
-  if ((found.st_mode & PERMISSION_BITS) != mode && fchmod(file.get(), mode) != 0) {
+  if ((found.st_mode & PERMISSION_BITS) != mode && chmod(path.c_str(), mode) != 0) {
     fail("cannot set the mode of " + path);
   }
 }
