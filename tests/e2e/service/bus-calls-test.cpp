@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
-#include <filesystem>
-#include <mutex>
+#include <systemd/sd-bus.h>
+
+#include <cstdint>
 
 #include "service-on-bus.hpp"
 #include "service/inbox.hpp"
@@ -206,46 +207,33 @@ INSTANTIATE_TEST_SUITE_P(
                               "org.freedesktop.DBus.Error.InvalidArgs"}),
     [](const auto& row) { return row.param.name; });
 
-/// Notes the order in which messages come in; called on GDBus's own thread.
-class Arrivals {
- public:
-  explicit Arrivals(GDBusConnection* connection)
-      : _connection(connection), _filter(g_dbus_connection_add_filter(connection, note, this, nullptr)) {}
-  ~Arrivals() { g_dbus_connection_remove_filter(_connection, _filter); }
-  Arrivals(const Arrivals&) = delete;
-  Arrivals& operator=(const Arrivals&) = delete;
+using Types = std::vector<std::uint8_t>;
 
-  std::vector<GDBusMessageType> types() const {
-    const std::scoped_lock guard(_mutex);
-    return _types;
-  }
-
- private:
-  static GDBusMessage* note(GDBusConnection* /*connection*/, GDBusMessage* message, gboolean incoming, void* self) {
-    if (incoming != FALSE) {
-      auto* arrivals = static_cast<Arrivals*>(self);
-      const std::scoped_lock guard(arrivals->_mutex);
-      arrivals->_types.push_back(g_dbus_message_get_message_type(message));
-    }
-    return message;
-  }
-
-  GDBusConnection* _connection;
-  mutable std::mutex _mutex;
-  std::vector<GDBusMessageType> _types;
-  guint _filter;
-};
+int note_type(sd_bus_message* message, void* types, sd_bus_error* /*error*/) {
+  std::uint8_t type = 0;
+  sd_bus_message_get_type(message, &type);
+  static_cast<Types*>(types)->push_back(type);
+  return 0;
+}
 
 TEST_F(BusCalls, TheReplyComesBeforeTheSignal) {
-  Client client(bus.address());
-  client.send("+4917", "starts the service");
-  ASSERT_TRUE(client.heard(4));
-  const Arrivals arrivals(client.connection());
-  client.call("read_thread", g_variant_new("(i)", 1));
-  client.call("delete_message", g_variant_new("(ii)", 1, 0));
-  ASSERT_TRUE(client.heard(5));
-  EXPECT_THAT(arrivals.types(), ElementsAre(G_DBUS_MESSAGE_TYPE_METHOD_RETURN, G_DBUS_MESSAGE_TYPE_METHOD_RETURN,
-                                            G_DBUS_MESSAGE_TYPE_SIGNAL));
+  received({});
+  sd_bus* handle = nullptr;
+  ASSERT_GE(sd_bus_open_system(&handle), 0);
+  const Owned<sd_bus, sd_bus_flush_close_unref> client(handle);
+  Types types;
+  ASSERT_GE(sd_bus_match_signal(client.get(), nullptr, BUS_NAME, OBJECT_PATH, INTERFACE_NAME, "storage_changed",
+                                note_type, &types),
+            0);
+  ASSERT_GE(sd_bus_call_method_async(client.get(), nullptr, BUS_NAME, OBJECT_PATH, INTERFACE_NAME, "delete_message",
+                                     note_type, &types, "ii", 1, 0),
+            0);
+  const auto both_are_in = [&] {
+    sd_bus_process(client.get(), nullptr);
+    return types.size() >= 2;
+  };
+  ASSERT_TRUE(test::wait_until(both_are_in));
+  EXPECT_THAT(types, ElementsAre(SD_BUS_MESSAGE_METHOD_RETURN, SD_BUS_MESSAGE_SIGNAL));
 }
 
 }  // namespace
