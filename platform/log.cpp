@@ -53,10 +53,10 @@ class ErrnoKeeper {
   ErrnoKeeper& operator=(ErrnoKeeper&&) = delete;
   ~ErrnoKeeper() { restore(); }
 
-  void restore() const { errno = saved_; }
+  void restore() const { errno = _saved; }
 
  private:
-  int saved_ = errno;
+  int _saved = errno;
 };
 
 int read_threshold() {

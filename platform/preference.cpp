@@ -104,22 +104,22 @@ int read_value(const char* key, Type type, T* value) {
 
 class FileDescriptor {
  public:
-  explicit FileDescriptor(int fd) : fd_(fd) {}
+  explicit FileDescriptor(int fd) : _fd(fd) {}
   FileDescriptor(const FileDescriptor&) = delete;
   FileDescriptor& operator=(const FileDescriptor&) = delete;
-  FileDescriptor(FileDescriptor&& other) noexcept : fd_(std::exchange(other.fd_, -1)) {}
+  FileDescriptor(FileDescriptor&& other) noexcept : _fd(std::exchange(other._fd, -1)) {}
   FileDescriptor& operator=(FileDescriptor&&) = delete;
   ~FileDescriptor() {
     if (valid()) {
-      close(fd_);
+      close(_fd);
     }
   }
 
-  [[nodiscard]] bool valid() const { return fd_ >= 0; }
-  [[nodiscard]] int get() const { return fd_; }
+  [[nodiscard]] bool valid() const { return _fd >= 0; }
+  [[nodiscard]] int get() const { return _fd; }
 
  private:
-  int fd_;
+  int _fd;
 };
 
 // Opens a file that all members of the group use. Each of them can write to the folder, so a link is not followed: its

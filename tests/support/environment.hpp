@@ -12,9 +12,9 @@ namespace msg_consumer::test {
 /// Sets an environment variable, or unsets it, and puts back what was there.
 class EnvironmentVariable {
  public:
-  EnvironmentVariable(std::string name, const std::optional<std::string>& value) : name_(std::move(name)) {
-    if (const char* before = std::getenv(name_.c_str())) {
-      before_ = before;
+  EnvironmentVariable(std::string name, const std::optional<std::string>& value) : _name(std::move(name)) {
+    if (const char* before = std::getenv(_name.c_str())) {
+      _before = before;
     }
     assign(value);
   }
@@ -22,19 +22,19 @@ class EnvironmentVariable {
   EnvironmentVariable& operator=(const EnvironmentVariable&) = delete;
   EnvironmentVariable(EnvironmentVariable&&) = delete;
   EnvironmentVariable& operator=(EnvironmentVariable&&) = delete;
-  ~EnvironmentVariable() { assign(before_); }
+  ~EnvironmentVariable() { assign(_before); }
 
  private:
   void assign(const std::optional<std::string>& value) {
     if (value) {
-      setenv(name_.c_str(), value->c_str(), 1);
+      setenv(_name.c_str(), value->c_str(), 1);
     } else {
-      unsetenv(name_.c_str());
+      unsetenv(_name.c_str());
     }
   }
 
-  std::string name_;
-  std::optional<std::string> before_;
+  std::string _name;
+  std::optional<std::string> _before;
 };
 
 }  // namespace msg_consumer::test

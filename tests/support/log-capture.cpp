@@ -68,18 +68,18 @@ LogCapture& LogCapture::instance() {
 
 void LogCapture::add(LogLine line) {
   parse(line);
-  const std::lock_guard lock(mutex_);
-  lines_.push_back(std::move(line));
+  const std::lock_guard lock(_mutex);
+  _lines.push_back(std::move(line));
 }
 
 void LogCapture::clear() {
-  const std::lock_guard lock(mutex_);
-  lines_.clear();
+  const std::lock_guard lock(_mutex);
+  _lines.clear();
 }
 
 std::vector<LogLine> LogCapture::lines() const {
-  const std::lock_guard lock(mutex_);
-  return lines_;
+  const std::lock_guard lock(_mutex);
+  return _lines;
 }
 
 std::vector<std::string> LogCapture::messages() const {
@@ -91,8 +91,8 @@ std::vector<std::string> LogCapture::messages() const {
 }
 
 bool LogCapture::contains(std::string_view text) const {
-  const std::lock_guard lock(mutex_);
-  return std::any_of(lines_.begin(), lines_.end(),
+  const std::lock_guard lock(_mutex);
+  return std::any_of(_lines.begin(), _lines.end(),
                      [text](const LogLine& line) { return line.text.find(text) != std::string::npos; });
 }
 

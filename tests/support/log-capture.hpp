@@ -41,8 +41,8 @@ class LogCapture {
   [[nodiscard]] bool contains(std::string_view text) const;
 
  private:
-  mutable std::mutex mutex_;
-  std::vector<LogLine> lines_;
+  mutable std::mutex _mutex;
+  std::vector<LogLine> _lines;
 };
 
 }  // namespace msg_consumer::test

@@ -37,25 +37,25 @@ std::string configuration(const std::string& address, const std::string& service
 }  // namespace
 
 PrivateBus::PrivateBus()
-    : address_("unix:path=" + folder_.file("bus")),
-      system_bus_("DBUS_SYSTEM_BUS_ADDRESS", address_),
-      session_bus_("DBUS_SESSION_BUS_ADDRESS", "unix:path=" + folder_.file("no-session-bus")) {
-  std::filesystem::create_directory(folder_.path() / "services");
-  write_file(folder_.path() / "bus.conf", configuration(address_, folder_.file("services")));
+    : _address("unix:path=" + _folder.file("bus")),
+      _system_bus("DBUS_SYSTEM_BUS_ADDRESS", _address),
+      _session_bus("DBUS_SESSION_BUS_ADDRESS", "unix:path=" + _folder.file("no-session-bus")) {
+  std::filesystem::create_directory(_folder.path() / "services");
+  write_file(_folder.path() / "bus.conf", configuration(_address, _folder.file("services")));
   start();
 }
 
 void PrivateBus::start() {
   // A killed daemon leaves its socket behind, and then refuses to listen there.
-  std::filesystem::remove(folder_.path() / "bus");
-  daemon_ = std::make_unique<Process>(std::vector<std::string>{"dbus-daemon", "--nofork", "--nosyslog", "--nopidfile",
+  std::filesystem::remove(_folder.path() / "bus");
+  _daemon = std::make_unique<Process>(std::vector<std::string>{"dbus-daemon", "--nofork", "--nosyslog", "--nopidfile",
                                                                "--print-address=1",
-                                                               "--config-file=" + folder_.file("bus.conf")});
+                                                               "--config-file=" + _folder.file("bus.conf")});
   const auto printed_or_ended = [this] {
-    return daemon_->standard_output().find('\n') != std::string::npos || !daemon_->running();
+    return _daemon->standard_output().find('\n') != std::string::npos || !_daemon->running();
   };
-  if (!wait_until(printed_or_ended) || !daemon_->running()) {
-    throw std::runtime_error("dbus-daemon does not start: " + daemon_->standard_error());
+  if (!wait_until(printed_or_ended) || !_daemon->running()) {
+    throw std::runtime_error("dbus-daemon does not start: " + _daemon->standard_error());
   }
 }
 
@@ -63,22 +63,22 @@ void PrivateBus::stop() { end(SIGTERM); }
 
 void PrivateBus::kill() { end(SIGKILL); }
 
-void PrivateBus::pause() { daemon_->signal(SIGSTOP); }
+void PrivateBus::pause() { _daemon->signal(SIGSTOP); }
 
-void PrivateBus::resume() { daemon_->signal(SIGCONT); }
+void PrivateBus::resume() { _daemon->signal(SIGCONT); }
 
 void PrivateBus::end(int signal) {
-  daemon_->signal(signal);
-  daemon_->signal(SIGCONT);  // a paused bus does not see the other signal
-  daemon_->wait();
-  daemon_.reset();
+  _daemon->signal(signal);
+  _daemon->signal(SIGCONT);  // a paused bus does not see the other signal
+  _daemon->wait();
+  _daemon.reset();
 }
 
 // The bus looks into its folder of services again when it is asked for one that it does not know.
 void PrivateBus::add_activatable_service(std::string_view name, std::string_view exec) {
   std::string content("[D-BUS Service]\nName=");
   content.append(name).append("\nExec=").append(exec).append("\n");
-  write_file(folder_.path() / "services" / (std::string(name) + ".service"), content);
+  write_file(_folder.path() / "services" / (std::string(name) + ".service"), content);
 }
 
 }  // namespace msg_consumer::test

@@ -37,8 +37,8 @@ class PrivateBus {
   void pause();
   void resume();
 
-  [[nodiscard]] const std::string& address() const { return address_; }
-  [[nodiscard]] bool running() { return daemon_ && daemon_->running(); }
+  [[nodiscard]] const std::string& address() const { return _address; }
+  [[nodiscard]] bool running() { return _daemon && _daemon->running(); }
 
   /// Makes `name` a service that the bus starts on demand with the command line `exec` (an absolute path first).
   void add_activatable_service(std::string_view name, std::string_view exec);
@@ -46,11 +46,11 @@ class PrivateBus {
  private:
   void end(int signal);
 
-  TempDir folder_;
-  std::string address_;
-  EnvironmentVariable system_bus_;
-  EnvironmentVariable session_bus_;
-  std::unique_ptr<Process> daemon_;
+  TempDir _folder;
+  std::string _address;
+  EnvironmentVariable _system_bus;
+  EnvironmentVariable _session_bus;
+  std::unique_ptr<Process> _daemon;
 };
 
 }  // namespace msg_consumer::test

@@ -67,14 +67,14 @@ Process::Process(const std::vector<std::string>& arguments, const Environment& e
 Process::Process(const std::function<int()>& body) { start(body); }
 
 void Process::start(const std::function<int()>& body) {
-  const std::string out = folder_.file("stdout");
-  const std::string err = folder_.file("stderr");
+  const std::string out = _folder.file("stdout");
+  const std::string err = _folder.file("stderr");
   const pid_t parent = getpid();
-  pid_ = fork();
-  if (pid_ < 0) {
+  _pid = fork();
+  if (_pid < 0) {
     throw std::system_error(errno, std::generic_category(), "fork");
   }
-  if (pid_ > 0) {
+  if (_pid > 0) {
     return;
   }
   prctl(PR_SET_PDEATHSIG, SIGKILL);
@@ -95,30 +95,30 @@ Process::~Process() {
 }
 
 bool Process::running() {
-  if (status_) {
+  if (_status) {
     return false;
   }
   int raw = 0;
-  const pid_t ended = waitpid(pid_, &raw, WNOHANG);
-  if (ended == pid_) {
-    status_ = WIFSIGNALED(raw) ? -WTERMSIG(raw) : WEXITSTATUS(raw);
+  const pid_t ended = waitpid(_pid, &raw, WNOHANG);
+  if (ended == _pid) {
+    _status = WIFSIGNALED(raw) ? -WTERMSIG(raw) : WEXITSTATUS(raw);
   }
-  return !status_;
+  return !_status;
 }
 
 void Process::signal(int number) {
   if (running()) {
-    kill(pid_, number);
+    kill(_pid, number);
   }
 }
 
 std::optional<ExitStatus> Process::wait(std::chrono::milliseconds timeout) {
   wait_until([this] { return !running(); }, timeout);
-  return status_;
+  return _status;
 }
 
-std::string Process::standard_output() const { return read_file(folder_.path() / "stdout"); }
+std::string Process::standard_output() const { return read_file(_folder.path() / "stdout"); }
 
-std::string Process::standard_error() const { return read_file(folder_.path() / "stderr"); }
+std::string Process::standard_error() const { return read_file(_folder.path() / "stderr"); }
 
 }  // namespace msg_consumer::test

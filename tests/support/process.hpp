@@ -40,7 +40,7 @@ class Process {
   /// Kills the child if it still runs.
   ~Process();
 
-  [[nodiscard]] pid_t pid() const { return pid_; }
+  [[nodiscard]] pid_t pid() const { return _pid; }
   [[nodiscard]] bool running();
 
   /// Sends a signal, unless the child has ended.
@@ -56,9 +56,9 @@ class Process {
  private:
   void start(const std::function<int()>& body);
 
-  TempDir folder_;
-  pid_t pid_ = -1;
-  std::optional<ExitStatus> status_;
+  TempDir _folder;
+  pid_t _pid = -1;
+  std::optional<ExitStatus> _status;
 };
 
 }  // namespace msg_consumer::test

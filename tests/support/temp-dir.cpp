@@ -15,12 +15,12 @@ TempDir::TempDir() {
   if (mkdtemp(name.data()) == nullptr) {
     throw std::system_error(errno, std::generic_category(), name);
   }
-  path_ = name;
+  _path = name;
 }
 
 TempDir::~TempDir() {
   std::error_code ignored;
-  std::filesystem::remove_all(path_, ignored);
+  std::filesystem::remove_all(_path, ignored);
 }
 
 void write_file(const std::filesystem::path& path, std::string_view content) {

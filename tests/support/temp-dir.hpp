@@ -18,13 +18,13 @@ class TempDir {
   TempDir& operator=(TempDir&&) = delete;
   ~TempDir();
 
-  [[nodiscard]] const std::filesystem::path& path() const { return path_; }
+  [[nodiscard]] const std::filesystem::path& path() const { return _path; }
 
   /// The path of `name` in the folder, as text for C interfaces.
-  [[nodiscard]] std::string file(std::string_view name) const { return (path_ / name).string(); }
+  [[nodiscard]] std::string file(std::string_view name) const { return (_path / name).string(); }
 
  private:
-  std::filesystem::path path_;
+  std::filesystem::path _path;
 };
 
 /// Replaces what the file holds; throws when that fails.

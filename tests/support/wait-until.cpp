@@ -30,19 +30,19 @@ bool poll_until(const std::function<bool()>& predicate, std::chrono::millisecond
 class WakeUpTimer {
  public:
   explicit WakeUpTimer(GMainContext* context)
-      : source_(g_timeout_source_new(static_cast<guint>(poll_interval.count()))) {
+      : _source(g_timeout_source_new(static_cast<guint>(poll_interval.count()))) {
     g_source_set_callback(
-        source_.get(), [](gpointer) -> gboolean { return G_SOURCE_CONTINUE; }, nullptr, nullptr);
-    g_source_attach(source_.get(), context);
+        _source.get(), [](gpointer) -> gboolean { return G_SOURCE_CONTINUE; }, nullptr, nullptr);
+    g_source_attach(_source.get(), context);
   }
   WakeUpTimer(const WakeUpTimer&) = delete;
   WakeUpTimer& operator=(const WakeUpTimer&) = delete;
   WakeUpTimer(WakeUpTimer&&) = delete;
   WakeUpTimer& operator=(WakeUpTimer&&) = delete;
-  ~WakeUpTimer() { g_source_destroy(source_.get()); }
+  ~WakeUpTimer() { g_source_destroy(_source.get()); }
 
  private:
-  Owned<GSource, g_source_unref> source_;
+  Owned<GSource, g_source_unref> _source;
 };
 
 }  // namespace

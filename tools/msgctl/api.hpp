@@ -22,10 +22,10 @@ class RecordList {
 
   class Iterator {
    public:
-    explicit Iterator(const GSList* node) : node_(node) { skip_missing(); }
-    const Record& operator*() const { return *static_cast<const Record*>(node_->data); }
+    explicit Iterator(const GSList* node) : _node(node) { skip_missing(); }
+    const Record& operator*() const { return *static_cast<const Record*>(_node->data); }
     Iterator& operator++() {
-      node_ = node_->next;
+      _node = _node->next;
       skip_missing();
       return *this;
     }
@@ -34,19 +34,19 @@ class RecordList {
    private:
     // The library leaves a NULL element where it ran out of memory.
     void skip_missing() {
-      while (node_ != nullptr && node_->data == nullptr) node_ = node_->next;
+      while (_node != nullptr && _node->data == nullptr) _node = _node->next;
     }
-    const GSList* node_;
+    const GSList* _node;
   };
 
-  explicit RecordList(Handle handle) : handle_(std::move(handle)) {}
+  explicit RecordList(Handle handle) : _handle(std::move(handle)) {}
 
-  [[nodiscard]] Iterator begin() const { return Iterator(handle_->list); }
+  [[nodiscard]] Iterator begin() const { return Iterator(_handle->list); }
   [[nodiscard]] Iterator end() const { return Iterator(nullptr); }
   [[nodiscard]] bool empty() const { return begin() == end(); }
 
  private:
-  Handle handle_;
+  Handle _handle;
 };
 
 using MessageList = RecordList<msg_message_item_t, msg_consumer_free_message_list>;

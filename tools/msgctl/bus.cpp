@@ -72,14 +72,14 @@ ServiceOnBus look_at_bus() {
   return service;
 }
 
-BusGuard::BusGuard(std::function<void()> on_loss) : on_loss_(std::move(on_loss)) {
+BusGuard::BusGuard(std::function<void()> on_loss) : _on_loss(std::move(on_loss)) {
   std::string problem;
-  bus_ = open_bus(problem);
-  if (bus_) handler_ = g_signal_connect(bus_.get(), "closed", G_CALLBACK(call_on_loss), &on_loss_);
+  _bus = open_bus(problem);
+  if (_bus) _handler = g_signal_connect(_bus.get(), "closed", G_CALLBACK(call_on_loss), &_on_loss);
 }
 
 BusGuard::~BusGuard() {
-  if (bus_) g_signal_handler_disconnect(bus_.get(), handler_);
+  if (_bus) g_signal_handler_disconnect(_bus.get(), _handler);
 }
 
 }  // namespace msgctl

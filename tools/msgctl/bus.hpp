@@ -34,9 +34,9 @@ class BusGuard {
   BusGuard& operator=(const BusGuard&) = delete;
 
  private:
-  std::function<void()> on_loss_;
-  Owned<GDBusConnection, g_object_unref> bus_;
-  gulong handler_ = 0;
+  std::function<void()> _on_loss;
+  Owned<GDBusConnection, g_object_unref> _bus;
+  gulong _handler = 0;
 };
 
 }  // namespace msgctl

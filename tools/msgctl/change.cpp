@@ -34,8 +34,8 @@ std::string words_of(const EventIds& ids) {
 }
 
 std::optional<RevisionGap> RevisionTracker::note(std::int64_t revision) {
-  const std::optional<std::int64_t> before = last_;
-  last_ = revision;
+  const std::optional<std::int64_t> before = _last;
+  _last = revision;
   if (!before || revision <= *before || revision - *before == 1) return std::nullopt;
   return RevisionGap{*before + 1, revision - 1};
 }

@@ -39,7 +39,7 @@ class RevisionTracker {
   std::optional<RevisionGap> note(std::int64_t revision);
 
  private:
-  std::optional<std::int64_t> last_;
+  std::optional<std::int64_t> _last;
 };
 
 }  // namespace msgctl

@@ -25,14 +25,14 @@ const char* exit_code_word(ExitCode code);
 class Failure : public std::runtime_error {
  public:
   Failure(ExitCode code, const std::string& what, std::string advice = {})
-      : std::runtime_error(what), code_(code), advice_(std::move(advice)) {}
+      : std::runtime_error(what), _code(code), _advice(std::move(advice)) {}
 
-  [[nodiscard]] ExitCode code() const { return code_; }
-  [[nodiscard]] const std::string& advice() const { return advice_; }
+  [[nodiscard]] ExitCode code() const { return _code; }
+  [[nodiscard]] const std::string& advice() const { return _advice; }
 
  private:
-  ExitCode code_;
-  std::string advice_;
+  ExitCode _code;
+  std::string _advice;
 };
 
 /// What was tried, in words that fit into "cannot …" and "there is no …".

@@ -33,26 +33,26 @@ constexpr const char* footer =
 class CommandLine {
  public:
   CommandLine() {
-    app_.set_version_flag("--version", std::string("msgctl ") + msgctl::version);
-    app_.add_flag("--json", json_, "Print JSON, for programs");
-    app_.add_flag("--debug", debug_, "Print the library's log on the standard error");
-    app_.require_subcommand(1);
+    _app.set_version_flag("--version", std::string("msgctl ") + msgctl::version);
+    _app.add_flag("--json", _json, "Print JSON, for programs");
+    _app.add_flag("--debug", _debug, "Print the library's log on the standard error");
+    _app.require_subcommand(1);
     // Options for every command may stand behind the command, too.
-    app_.fallthrough();
-    app_.footer(footer);
+    _app.fallthrough();
+    _app.footer(footer);
     for (const msgctl::Command& command : msgctl::commands()) add(command);
   }
 
-  void parse(int argc, char** argv) { app_.parse(argc, argv); }
-  int print_help(const CLI::Success& request) { return app_.exit(request); }
+  void parse(int argc, char** argv) { _app.parse(argc, argv); }
+  int print_help(const CLI::Success& request) { return _app.exit(request); }
 
-  [[nodiscard]] bool json() const { return json_; }
-  [[nodiscard]] bool debug() const { return debug_; }
+  [[nodiscard]] bool json() const { return _json; }
+  [[nodiscard]] bool debug() const { return _debug; }
 
   // The name of the command that was found, also where its arguments were not understood.
   [[nodiscard]] std::string found() const {
     std::string name;
-    for (const CLI::App* app = &app_; !app->get_subcommands().empty();) {
+    for (const CLI::App* app = &_app; !app->get_subcommands().empty();) {
       app = app->get_subcommands().front();
       name += (name.empty() ? "" : " ") + app->get_name();
     }
@@ -60,7 +60,7 @@ class CommandLine {
   }
 
   // Whether that is a command, and not only a group of them.
-  [[nodiscard]] bool complete() const { return chosen() != entries_.end(); }
+  [[nodiscard]] bool complete() const { return chosen() != _entries.end(); }
 
   void run(msgctl::Context& context) const {
     if (complete()) chosen()->action(context);
@@ -73,18 +73,18 @@ class CommandLine {
   };
 
   [[nodiscard]] std::vector<Entry>::const_iterator chosen() const {
-    return std::find_if(entries_.begin(), entries_.end(), [](const Entry& entry) { return entry.app->parsed(); });
+    return std::find_if(_entries.begin(), _entries.end(), [](const Entry& entry) { return entry.app->parsed(); });
   }
 
   // A name of two words, such as "thread read", is a command in a group.
   CLI::App& group_of(const std::string& name, std::string& last_word) {
     const std::size_t blank = name.find(' ');
     last_word = name.substr(blank == std::string::npos ? 0 : blank + 1);
-    if (blank == std::string::npos) return app_;
-    CLI::App*& group = groups_[name.substr(0, blank)];
+    if (blank == std::string::npos) return _app;
+    CLI::App*& group = _groups[name.substr(0, blank)];
     if (group == nullptr) {
       const std::string word = name.substr(0, blank);
-      group = app_.add_subcommand(word, "Commands for a " + word + "; see 'msgctl " + word + " --help'");
+      group = _app.add_subcommand(word, "Commands for a " + word + "; see 'msgctl " + word + " --help'");
       group->require_subcommand(1);
     }
     return *group;
@@ -95,14 +95,14 @@ class CommandLine {
     CLI::App& group = group_of(command.name, name);
     CLI::App* app = group.add_subcommand(name, command.summary);
     app->footer("Example:\n  " + command.example + "\n");
-    entries_.push_back({app, command.configure(*app)});
+    _entries.push_back({app, command.configure(*app)});
   }
 
-  CLI::App app_{"Read, write and watch the device's messages.", "msgctl"};
-  std::map<std::string, CLI::App*> groups_;
-  std::vector<Entry> entries_;
-  bool json_ = false;
-  bool debug_ = false;
+  CLI::App _app{"Read, write and watch the device's messages.", "msgctl"};
+  std::map<std::string, CLI::App*> _groups;
+  std::vector<Entry> _entries;
+  bool _json = false;
+  bool _debug = false;
 };
 
 // The library's own log is for developers; people get this tool's words. What the user has set stands.

@@ -29,15 +29,15 @@ void Output::flush() {
   if (std::fflush(stdout) != 0) fail(errno);
 }
 
-JsonList::JsonList(Output& out, std::string_view kind) : out_(out) { out_.write(opening(kind) + "\"items\":["); }
+JsonList::JsonList(Output& out, std::string_view kind) : _out(out) { _out.write(opening(kind) + "\"items\":["); }
 
 void JsonList::add(const std::string& item) {
-  out_.write(empty_ ? "\n" : ",\n");
-  out_.write(item);
-  empty_ = false;
+  _out.write(_empty ? "\n" : ",\n");
+  _out.write(item);
+  _empty = false;
 }
 
-void JsonList::end() { out_.write(empty_ ? "]}\n" : "\n]}\n"); }
+void JsonList::end() { _out.write(_empty ? "]}\n" : "\n]}\n"); }
 
 void write_json_item(Output& out, std::string_view kind, const std::string& item) {
   out.write(opening(kind) + "\"item\":" + item + "}\n");

@@ -25,8 +25,8 @@ class JsonList {
   void end();
 
  private:
-  Output& out_;
-  bool empty_ = true;
+  Output& _out;
+  bool _empty = true;
 };
 
 /// Writes `{"version":1,"kind":…,"item":…}`.

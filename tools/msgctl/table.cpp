@@ -49,31 +49,31 @@ std::vector<std::size_t> fitted_widths(const std::vector<Column>& columns, std::
   return widths;
 }
 
-Table::Table(std::vector<Column> columns, const Screen& screen) : columns_(std::move(columns)), screen_(screen) {
-  for (const Column& column : columns_) widths_.push_back(display_width(column.title));
+Table::Table(std::vector<Column> columns, const Screen& screen) : _columns(std::move(columns)), _screen(screen) {
+  for (const Column& column : _columns) _widths.push_back(display_width(column.title));
 }
 
 void Table::measure(const Row& row) {
   for (std::size_t i = 0; i < row.size(); ++i) {
-    widths_[i] = std::max(widths_[i], display_width(printable(row[i].text)));
+    _widths[i] = std::max(_widths[i], display_width(printable(row[i].text)));
   }
 }
 
-void Table::settle() { widths_ = fitted_widths(columns_, std::move(widths_), screen_.width); }
+void Table::settle() { _widths = fitted_widths(_columns, std::move(_widths), _screen.width); }
 
 std::string Table::header() const {
   Row titles;
-  for (const Column& column : columns_) titles.push_back({column.title, Style::Bold});
+  for (const Column& column : _columns) titles.push_back({column.title, Style::Bold});
   return line(titles);
 }
 
 std::string Table::line(const Row& row) const {
   std::string result;
   for (std::size_t i = 0; i < row.size(); ++i) {
-    const std::string text = fit(printable(row[i].text), widths_[i]);
+    const std::string text = fit(printable(row[i].text), _widths[i]);
     if (i > 0) result.append(gap, ' ');
     result +=
-        padded(styled(text, row[i].style, screen_), display_width(text), columns_[i], widths_[i], i + 1 == row.size());
+        padded(styled(text, row[i].style, _screen), display_width(text), _columns[i], _widths[i], i + 1 == row.size());
   }
   result.erase(result.find_last_not_of(' ') + 1);
   return result += '\n';

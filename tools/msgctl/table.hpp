@@ -45,9 +45,9 @@ class Table {
   [[nodiscard]] std::string line(const Row& row) const;
 
  private:
-  std::vector<Column> columns_;
-  Screen screen_;
-  std::vector<std::size_t> widths_;
+  std::vector<Column> _columns;
+  Screen _screen;
+  std::vector<std::size_t> _widths;
 };
 
 }  // namespace msgctl

@@ -86,17 +86,17 @@ TEST_F(Msgctl, AnAddressThatTheServiceRefusesIsNamedAsInvalid) {
 }
 
 TEST_F(Msgctl, AnMmsCarriesItsFileThereAndBack) {
-  write_file(folder_.path() / "cat.png", "a cat");
+  write_file(_folder.path() / "cat.png", "a cat");
   const Outcome sent =
-      shell("cd '" + folder_.path().string() + R"(' && "$MSGCTL" mms --to +15550100 --file cat.png Look)");
+      shell("cd '" + _folder.path().string() + R"(' && "$MSGCTL" mms --to +15550100 --file cat.png Look)");
   ASSERT_EQ(sent.status, 0) << sent.err;
   EXPECT_EQ(message(1).at("type"), "mms");
   EXPECT_EQ(message(1).at("parts").back().at("file_name"), "cat.png");
 
-  const Outcome fetched = shell("cd '" + folder_.path().string() + R"(' && "$MSGCTL" content get 1 copy.png)");
+  const Outcome fetched = shell("cd '" + _folder.path().string() + R"(' && "$MSGCTL" content get 1 copy.png)");
   EXPECT_EQ(fetched.status, 0) << fetched.err;
-  EXPECT_EQ(fetched.out, "written to " + folder_.file("copy.png") + "\n");
-  EXPECT_EQ(read_file(folder_.path() / "copy.png"), "a cat");
+  EXPECT_EQ(fetched.out, "written to " + _folder.file("copy.png") + "\n");
+  EXPECT_EQ(read_file(_folder.path() / "copy.png"), "a cat");
 }
 
 TEST_F(Msgctl, DeleteDeletes) {

@@ -45,7 +45,7 @@ Outcome MsgctlWithoutService::shell(const std::string& command_line) {
 }
 
 void MsgctlWithoutService::install_service(const std::string& command_line) {
-  bus_.add_activatable_service(service_name, command_line);
+  _bus.add_activatable_service(service_name, command_line);
 }
 
 void Msgctl::TearDown() {
@@ -59,11 +59,11 @@ int Msgctl::send(const std::string& recipient, const std::string& text) {
 }
 
 std::optional<int> Msgctl::service_process() {
-  if (!bus_.running()) return std::nullopt;
+  if (!_bus.running()) return std::nullopt;
   const auto flags = static_cast<GDBusConnectionFlags>(G_DBUS_CONNECTION_FLAGS_AUTHENTICATION_CLIENT |
                                                        G_DBUS_CONNECTION_FLAGS_MESSAGE_BUS_CONNECTION);
   const std::unique_ptr<GDBusConnection, decltype(&g_object_unref)> bus(
-      g_dbus_connection_new_for_address_sync(bus_.address().c_str(), flags, nullptr, nullptr, nullptr), g_object_unref);
+      g_dbus_connection_new_for_address_sync(_bus.address().c_str(), flags, nullptr, nullptr, nullptr), g_object_unref);
   if (!bus) return std::nullopt;
   const std::unique_ptr<GVariant, decltype(&g_variant_unref)> reply(
       g_dbus_connection_call_sync(bus.get(), "org.freedesktop.DBus", "/org/freedesktop/DBus", "org.freedesktop.DBus",

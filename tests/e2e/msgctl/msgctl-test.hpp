@@ -42,14 +42,14 @@ class MsgctlWithoutService : public testing::Test {
 
   void install_service(const std::string& command_line);
 
-  TempDir folder_;
-  EnvironmentVariable database_{"MSG_CONSUMER_DB", folder_.file("messages.db")};
-  EnvironmentVariable preferences_{"MSG_CONSUMER_PREFERENCES", folder_.file("preferences.ini")};
-  EnvironmentVariable files_{"MSG_CONSUMER_FILES", folder_.file("files")};
-  EnvironmentVariable time_zone_{"TZ", "UTC"};
-  EnvironmentVariable columns_{"COLUMNS", std::nullopt};
-  EnvironmentVariable log_level_{"MSG_CONSUMER_LOG_LEVEL", std::nullopt};
-  PrivateBus bus_;
+  TempDir _folder;
+  EnvironmentVariable _database{"MSG_CONSUMER_DB", _folder.file("messages.db")};
+  EnvironmentVariable _preferences{"MSG_CONSUMER_PREFERENCES", _folder.file("preferences.ini")};
+  EnvironmentVariable _files{"MSG_CONSUMER_FILES", _folder.file("files")};
+  EnvironmentVariable _time_zone{"TZ", "UTC"};
+  EnvironmentVariable _columns{"COLUMNS", std::nullopt};
+  EnvironmentVariable _log_level{"MSG_CONSUMER_LOG_LEVEL", std::nullopt};
+  PrivateBus _bus;
 };
 
 /// The same with the service, which the bus starts on demand.

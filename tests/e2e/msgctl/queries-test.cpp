@@ -54,7 +54,7 @@ TEST_F(Msgctl, StatusCountsWhatTheStoreHolds) {
 
 TEST_F(Msgctl, QueriesNeedNoService) {
   send("+15550100", "hi");
-  bus_.stop();
+  _bus.stop();
   EXPECT_EQ(msgctl({"threads"}).status, 0);
   EXPECT_EQ(msgctl({"conversation", "1"}).status, 0);
   EXPECT_EQ(msgctl({"messages"}).status, 0);

@@ -23,7 +23,7 @@ TEST_F(MsgctlWithoutService, AServiceThatIsNotInstalledIsNotWaitedFor) {
 }
 
 TEST_F(MsgctlWithoutService, ABusThatIsNotThereIsNotWaitedFor) {
-  bus_.stop();
+  _bus.stop();
   const auto start = Clock::now();
   const Outcome run = msgctl({"--json", "delete", "1"});
   EXPECT_LT(Clock::now() - start, std::chrono::seconds(4));
@@ -42,7 +42,7 @@ TEST_F(MsgctlWithoutService, AServiceThatDoesNotComeUpIsWaitedForAWhile) {
 }
 
 TEST_F(MsgctlWithoutService, AServiceThatDiedReadyAndIsGoneDoesNotAnswer) {
-  write_file(folder_.path() / "preferences.ini", "[preferences]\nconsumer_preference_int_consumer_status=1\n");
+  write_file(_folder.path() / "preferences.ini", "[preferences]\nconsumer_preference_int_consumer_status=1\n");
   const Outcome run = msgctl({"read", "1"});
   EXPECT_EQ(run.status, 4);
   EXPECT_THAT(run.err, HasSubstr("cannot mark as read message 1: the service did not answer"));
@@ -54,7 +54,7 @@ TEST_F(MsgctlWithoutService, StatusTellsWhatIsWrong) {
   EXPECT_THAT(run.out, HasSubstr("service:    not installed\nconnection: none\nstore:      not readable\n"));
   EXPECT_THAT(run.err, HasSubstr("is not installed"));
 
-  bus_.stop();
+  _bus.stop();
   const Json status = msgctl({"status", "--json"}).json().at("item");
   EXPECT_EQ(status.at("bus_reachable"), false);
   EXPECT_EQ(status.at("connected"), false);

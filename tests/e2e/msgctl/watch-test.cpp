@@ -28,13 +28,13 @@ std::vector<Json> documents_of(const std::string& text) {
 // msgctl watch, which is connected once the object exists.
 class Watcher {
  public:
-  explicit Watcher(const Arguments& arguments) : process_(command_of(arguments)) {
-    const auto connected = [this] { return process_.standard_error().find("watching…\n") != std::string::npos; };
-    if (!wait_until(connected)) ADD_FAILURE() << "not connected: " << process_.standard_error();
+  explicit Watcher(const Arguments& arguments) : _process(command_of(arguments)) {
+    const auto connected = [this] { return _process.standard_error().find("watching…\n") != std::string::npos; };
+    if (!wait_until(connected)) ADD_FAILURE() << "not connected: " << _process.standard_error();
   }
 
-  Process& process() { return process_; }
-  [[nodiscard]] std::string output() const { return process_.standard_output(); }
+  Process& process() { return _process; }
+  [[nodiscard]] std::string output() const { return _process.standard_output(); }
 
  private:
   static Arguments command_of(const Arguments& arguments) {
@@ -43,7 +43,7 @@ class Watcher {
     return command;
   }
 
-  Process process_;
+  Process _process;
 };
 
 TEST_F(Msgctl, WatchPrintsEachStageOfAMessage) {
@@ -103,7 +103,7 @@ TEST_F(Msgctl, TooFewEventsBeforeTimeIsUpAreAFailure) {
 
 TEST_F(Msgctl, WatchTellsWhenTheBusGoesAway) {
   Watcher watcher({});
-  bus_.kill();
+  _bus.kill();
   EXPECT_EQ(watcher.process().wait(), 4);
   EXPECT_THAT(watcher.process().standard_error(), HasSubstr("the message bus went away"));
 }
@@ -112,14 +112,14 @@ TEST_F(Msgctl, WatchTellsWhenTheBusGoesAway) {
 class Announcer {
  public:
   explicit Announcer(const std::string& address)
-      : bus_(g_dbus_connection_new_for_address_sync(
+      : _bus(g_dbus_connection_new_for_address_sync(
                  address.c_str(),
                  static_cast<GDBusConnectionFlags>(G_DBUS_CONNECTION_FLAGS_AUTHENTICATION_CLIENT |
                                                    G_DBUS_CONNECTION_FLAGS_MESSAGE_BUS_CONNECTION),
                  nullptr, nullptr, nullptr),
              g_object_unref) {
     const std::unique_ptr<GVariant, decltype(&g_variant_unref)> reply(
-        g_dbus_connection_call_sync(bus_.get(), "org.freedesktop.DBus", "/org/freedesktop/DBus", "org.freedesktop.DBus",
+        g_dbus_connection_call_sync(_bus.get(), "org.freedesktop.DBus", "/org/freedesktop/DBus", "org.freedesktop.DBus",
                                     "RequestName", g_variant_new("(su)", "com.velmora.message.consumer", 0U), nullptr,
                                     G_DBUS_CALL_FLAGS_NONE, -1, nullptr, nullptr),
         g_variant_unref);
@@ -127,10 +127,10 @@ class Announcer {
   }
 
   void announce(const char* signal, const std::string& data) {
-    EXPECT_TRUE(g_dbus_connection_emit_signal(bus_.get(), nullptr, "/com/velmora/message/consumer",
+    EXPECT_TRUE(g_dbus_connection_emit_signal(_bus.get(), nullptr, "/com/velmora/message/consumer",
                                               "com.velmora.message.consumer.server", signal,
                                               g_variant_new("(s)", data.c_str()), nullptr));
-    EXPECT_TRUE(g_dbus_connection_flush_sync(bus_.get(), nullptr, nullptr));
+    EXPECT_TRUE(g_dbus_connection_flush_sync(_bus.get(), nullptr, nullptr));
   }
 
   void announce_revision(int revision) {
@@ -139,18 +139,18 @@ class Announcer {
   }
 
  private:
-  std::unique_ptr<GDBusConnection, decltype(&g_object_unref)> bus_;
+  std::unique_ptr<GDBusConnection, decltype(&g_object_unref)> _bus;
 };
 
 class WatchWithAnnouncer : public MsgctlWithoutService {
  protected:
   void SetUp() override {
-    write_file(folder_.path() / "preferences.ini", "[preferences]\nconsumer_preference_int_consumer_status=1\n");
+    write_file(_folder.path() / "preferences.ini", "[preferences]\nconsumer_preference_int_consumer_status=1\n");
   }
 };
 
 TEST_F(WatchWithAnnouncer, SaysWhichRevisionsItMissed) {
-  Announcer announcer(bus_.address());
+  Announcer announcer(_bus.address());
   Watcher watcher({"--count", "3"});
   announcer.announce_revision(7);
   announcer.announce_revision(9);
@@ -163,7 +163,7 @@ TEST_F(WatchWithAnnouncer, SaysWhichRevisionsItMissed) {
 }
 
 TEST_F(WatchWithAnnouncer, SaysWhichRevisionsItMissedInJson) {
-  Announcer announcer(bus_.address());
+  Announcer announcer(_bus.address());
   Watcher watcher({"--json", "--count", "2"});
   announcer.announce_revision(7);
   announcer.announce_revision(11);
@@ -176,7 +176,7 @@ TEST_F(WatchWithAnnouncer, SaysWhichRevisionsItMissedInJson) {
 }
 
 TEST_F(WatchWithAnnouncer, PrintsEverySignalAndWhatItDoesNotUnderstand) {
-  Announcer announcer(bus_.address());
+  Announcer announcer(_bus.address());
   Watcher watcher({"--json", "--count", "4"});
   for (const char* signal : {"storage_changed", "content_changed", "groupchat_state_changed", "store_message_result"}) {
     announcer.announce(signal, "no \n JSON");
@@ -191,7 +191,7 @@ TEST_F(WatchWithAnnouncer, PrintsEverySignalAndWhatItDoesNotUnderstand) {
 }
 
 TEST_F(WatchWithAnnouncer, EscapesWhatItDoesNotUnderstand) {
-  Announcer announcer(bus_.address());
+  Announcer announcer(_bus.address());
   Watcher watcher({"--count", "1"});
   announcer.announce("storage_changed", "\033[31m");
   EXPECT_EQ(watcher.process().wait(), 0);
@@ -199,7 +199,7 @@ TEST_F(WatchWithAnnouncer, EscapesWhatItDoesNotUnderstand) {
 }
 
 TEST_F(WatchWithAnnouncer, EndsWhenItsReaderHasGone) {
-  Announcer announcer(bus_.address());
+  Announcer announcer(_bus.address());
   Process process({"sh", "-c", R"({ "$MSGCTL" watch --json; echo "status $?" >&2; } | head -n 1)"},
                   {{"MSGCTL", MSGCTL_PATH}});
   ASSERT_TRUE(wait_until([&] { return process.standard_error().find("watching…") != std::string::npos; }));

@@ -110,17 +110,17 @@ class Launch : public testing::Test {
  protected:
   // Makes `name` an application that, once it is launched, runs `commands`.
   void given_application(const char* name, const std::string& commands) {
-    const std::string script = folder_.file(name);
+    const std::string script = _folder.file(name);
     write_file(script, "#!/bin/sh\n" + commands + "\n");
     chmod(script.c_str(), 0700);
-    bus_.add_activatable_service(name, script);
+    _bus.add_activatable_service(name, script);
   }
 
-  [[nodiscard]] fs::path marker() const { return folder_.path() / "launched"; }
+  [[nodiscard]] fs::path marker() const { return _folder.path() / "launched"; }
   [[nodiscard]] std::string mark() const { return "echo launched >>" + marker().string(); }
 
-  TempDir folder_;
-  PrivateBus bus_;
+  TempDir _folder;
+  PrivateBus _bus;
 };
 
 TEST_F(Launch, StartsTheApplicationThroughTheSystemBus) {
@@ -139,7 +139,7 @@ TEST_F(Launch, StartsTheApplicationNamedLast) {
 }
 
 TEST_F(Launch, DoesNotWaitForTheApplication) {
-  const std::string gate = folder_.file("gate");
+  const std::string gate = _folder.file("gate");
   ASSERT_EQ(mkfifo(gate.c_str(), 0600), 0);
   given_application(application, "timeout 60 cat " + gate + " && " + mark());
   EXPECT_EQ(launch(request_for(application)), APP_CONTROL_OK);
@@ -157,10 +157,10 @@ TEST_F(Launch, WorksAgainAfterTheBusWasRestarted) {
   const Request request = request_for(application);
   ASSERT_EQ(launch(request), APP_CONTROL_OK);
   ASSERT_TRUE(wait_until([this] { return fs::exists(marker()); }));
-  bus_.kill();
+  _bus.kill();
   EXPECT_EQ(launch(request), APP_CONTROL_NO_BUS);
   fs::remove(marker());
-  bus_.start();
+  _bus.start();
   EXPECT_EQ(launch(request), APP_CONTROL_OK);
   EXPECT_TRUE(wait_until([this] { return fs::exists(marker()); }));
 }

@@ -269,17 +269,17 @@ TEST(Log, LinesOfSeveralThreadsDoNotMix) {
 
 class FileDescriptor {
  public:
-  explicit FileDescriptor(int fd) : fd_(fd) {}
+  explicit FileDescriptor(int fd) : _fd(fd) {}
   FileDescriptor(const FileDescriptor&) = delete;
   FileDescriptor& operator=(const FileDescriptor&) = delete;
   FileDescriptor(FileDescriptor&&) = delete;
   FileDescriptor& operator=(FileDescriptor&&) = delete;
-  ~FileDescriptor() { close(fd_); }
+  ~FileDescriptor() { close(_fd); }
 
-  [[nodiscard]] int get() const { return fd_; }
+  [[nodiscard]] int get() const { return _fd; }
 
  private:
-  int fd_;
+  int _fd;
 };
 
 // What a terminal receives while `body` runs with it as stderr and NO_COLOR set to `no_color`.

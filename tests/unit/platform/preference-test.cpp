@@ -33,8 +33,8 @@ constexpr int untouched = 4711;
 
 class Preferences : public testing::Test {
  protected:
-  [[nodiscard]] fs::path file() const { return folder_.path() / "preferences.ini"; }
-  [[nodiscard]] fs::path lock() const { return folder_.path() / "preferences.ini.lock"; }
+  [[nodiscard]] fs::path file() const { return _folder.path() / "preferences.ini"; }
+  [[nodiscard]] fs::path lock() const { return _folder.path() / "preferences.ini.lock"; }
 
   void given_file(const std::string& content) const { write_file(file(), content); }
   void given_value(const std::string& key, const std::string& value) const {
@@ -43,8 +43,8 @@ class Preferences : public testing::Test {
 
   static void use_path(const fs::path& path) { setenv("MSG_CONSUMER_PREFERENCES", path.c_str(), 1); }
 
-  TempDir folder_;
-  EnvironmentVariable path_{"MSG_CONSUMER_PREFERENCES", folder_.file("preferences.ini")};
+  TempDir _folder;
+  EnvironmentVariable _path{"MSG_CONSUMER_PREFERENCES", _folder.file("preferences.ini")};
 };
 
 mode_t mode_of(const fs::path& path) {
@@ -76,7 +76,7 @@ void expect_defaults() {
 TEST_F(Preferences, AMissingFileHasAllDefaults) { expect_defaults(); }
 
 TEST_F(Preferences, AMissingFolderHasAllDefaults) {
-  use_path(folder_.path() / "no" / "such" / "folder" / "preferences.ini");
+  use_path(_folder.path() / "no" / "such" / "folder" / "preferences.ini");
   expect_defaults();
 }
 
@@ -240,9 +240,9 @@ TEST_F(Preferences, WritingRefusesAMalformedFileAndLosesNothing) {
 }
 
 TEST_F(Preferences, WritingIntoAMissingFolderIsAnErrorOfItsOwn) {
-  use_path(folder_.path() / "missing" / "preferences.ini");
+  use_path(_folder.path() / "missing" / "preferences.ini");
   EXPECT_EQ(preference_set_int(status_key, 1), PREFERENCE_NO_FOLDER);
-  EXPECT_FALSE(fs::exists(folder_.path() / "missing"));
+  EXPECT_FALSE(fs::exists(_folder.path() / "missing"));
 }
 
 TEST_F(Preferences, WritingBelowAFileIsLikeWritingIntoAMissingFolder) {
@@ -265,7 +265,7 @@ TEST_F(Preferences, AFailedWriteKeepsTheOldFile) {
 }
 
 TEST_F(Preferences, ALinkInTheLocksPlaceIsNotFollowed) {
-  const fs::path target = folder_.path() / "target";
+  const fs::path target = _folder.path() / "target";
   write_file(target, "somebody's own");
   fs::permissions(target, fs::perms::owner_read | fs::perms::owner_write);
   fs::create_symlink(target, lock());
@@ -285,7 +285,7 @@ TEST_F(Preferences, TheGroupMayWriteWhateverTheUmask) {
 TEST_F(Preferences, NothingButTheFileAndItsLockIsLeftBehind) {
   ASSERT_EQ(preference_set_int(status_key, 1), PREFERENCE_OK);
   ASSERT_EQ(preference_set_int(status_key, 2), PREFERENCE_OK);
-  EXPECT_EQ(std::distance(fs::directory_iterator(folder_.path()), {}), 2);
+  EXPECT_EQ(std::distance(fs::directory_iterator(_folder.path()), {}), 2);
   EXPECT_TRUE(fs::exists(lock()));
 }
 

@@ -17,14 +17,14 @@ using msg_consumer::test::EnvironmentVariable;
 
 class Descriptor {
  public:
-  explicit Descriptor(int number) : number_(number) {}
-  ~Descriptor() { close(number_); }
+  explicit Descriptor(int number) : _number(number) {}
+  ~Descriptor() { close(_number); }
   Descriptor(const Descriptor&) = delete;
   Descriptor& operator=(const Descriptor&) = delete;
-  [[nodiscard]] int get() const { return number_; }
+  [[nodiscard]] int get() const { return _number; }
 
  private:
-  int number_;
+  int _number;
 };
 
 // A terminal of a given width.
@@ -32,9 +32,9 @@ class Terminal {
  public:
   explicit Terminal(unsigned short width) {
     const winsize size = {.ws_row = 24, .ws_col = width, .ws_xpixel = 0, .ws_ypixel = 0};
-    ioctl(screen_.get(), TIOCSWINSZ, &size);
+    ioctl(_screen.get(), TIOCSWINSZ, &size);
   }
-  [[nodiscard]] int screen() const { return screen_.get(); }
+  [[nodiscard]] int screen() const { return _screen.get(); }
 
  private:
   static int open_screen(int controller) {
@@ -42,16 +42,16 @@ class Terminal {
     return open(ptsname(controller), O_RDWR | O_NOCTTY | O_CLOEXEC);
   }
 
-  Descriptor controller_{posix_openpt(O_RDWR | O_NOCTTY)};
-  Descriptor screen_{open_screen(controller_.get())};
+  Descriptor _controller{posix_openpt(O_RDWR | O_NOCTTY)};
+  Descriptor _screen{open_screen(_controller.get())};
 };
 
 class ScreenOf : public testing::Test {
  protected:
-  EnvironmentVariable columns_{"COLUMNS", std::nullopt};
-  EnvironmentVariable no_colour_{"NO_COLOR", std::nullopt};
-  EnvironmentVariable term_{"TERM", "xterm"};
-  Descriptor null_{open("/dev/null", O_WRONLY)};
+  EnvironmentVariable _columns{"COLUMNS", std::nullopt};
+  EnvironmentVariable _no_colour{"NO_COLOR", std::nullopt};
+  EnvironmentVariable _term{"TERM", "xterm"};
+  Descriptor _null{open("/dev/null", O_WRONLY)};
 };
 
 TEST_F(ScreenOf, ATerminalHasItsWidthAndColour) {
@@ -74,21 +74,21 @@ TEST_F(ScreenOf, ADumbTerminalHasNoColour) {
 }
 
 TEST_F(ScreenOf, WhatIsNoTerminalHasEightyColumnsAndNoColour) {
-  const Screen screen = screen_of(null_.get());
+  const Screen screen = screen_of(_null.get());
   EXPECT_EQ(screen.width, 80U);
   EXPECT_FALSE(screen.colour);
 }
 
 TEST_F(ScreenOf, ColumnsTellsTheWidthWhereThereIsNoTerminal) {
   const EnvironmentVariable columns("COLUMNS", "140");
-  EXPECT_EQ(screen_of(null_.get()).width, 140U);
+  EXPECT_EQ(screen_of(_null.get()).width, 140U);
 }
 
 class StrangeColumns : public ScreenOf, public testing::WithParamInterface<const char*> {};
 
 TEST_P(StrangeColumns, AreIgnored) {
   const EnvironmentVariable columns("COLUMNS", GetParam());
-  EXPECT_EQ(screen_of(null_.get()).width, 80U);
+  EXPECT_EQ(screen_of(_null.get()).width, 80U);
 }
 
 INSTANTIATE_TEST_SUITE_P(Values, StrangeColumns, testing::Values("", "0", "-5", "wide", "100x"));

@@ -13,22 +13,22 @@ namespace {
 // "Label:    value" lines; what is empty is left out.
 class Sheet {
  public:
-  explicit Sheet(Context& context) : context_(context) {}
+  explicit Sheet(Context& context) : _context(context) {}
 
   void line(const std::string& label, const std::string& value) {
     if (value.empty()) return;
     const std::string name = label + ":" + std::string(label_width - label.size(), ' ');
-    context_.out.write(styled(name, Style::Dim, context_.screen) + printable(value) + "\n");
+    _context.out.write(styled(name, Style::Dim, _context.screen) + printable(value) + "\n");
   }
 
   void body(const std::string& text) {
     if (text.empty()) return;
-    context_.out.write("\n" + printable(text, Newlines::Keep) + (text.back() == '\n' ? "" : "\n"));
+    _context.out.write("\n" + printable(text, Newlines::Keep) + (text.back() == '\n' ? "" : "\n"));
   }
 
  private:
   static constexpr std::size_t label_width = 12;
-  Context& context_;
+  Context& _context;
 };
 
 std::string marks_of(const msg_message_item_t& message) {

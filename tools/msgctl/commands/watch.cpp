@@ -40,26 +40,26 @@ constexpr std::array<EventKind, 4> event_kinds = {{{MSG_CONSUMER_EVENT_STORAGE_C
 // A source of the default main context, removed with the object.
 class Source {
  public:
-  explicit Source(guint id) : id_(id) {}
-  ~Source() { g_source_remove(id_); }
+  explicit Source(guint id) : _id(id) {}
+  ~Source() { g_source_remove(_id); }
   Source(const Source&) = delete;
   Source& operator=(const Source&) = delete;
 
  private:
-  guint id_;
+  guint _id;
 };
 
 // Prints events, one a line.
 class EventPrinter {
  public:
-  explicit EventPrinter(Context& context) : context_(context) {}
+  explicit EventPrinter(Context& context) : _context(context) {}
 
   void print(const char* kind, const char* text) {
     const std::optional<Change> change = parse_change(text);
-    const std::optional<RevisionGap> gap = change ? tracker_.note(change->revision) : std::nullopt;
-    if (gap) context_.out.write(context_.json ? json_of(*gap) : line_of(*gap));
-    context_.out.write(context_.json ? json_of(kind, change, text) : line_of(kind, change, text));
-    context_.out.flush();
+    const std::optional<RevisionGap> gap = change ? _tracker.note(change->revision) : std::nullopt;
+    if (gap) _context.out.write(_context.json ? json_of(*gap) : line_of(*gap));
+    _context.out.write(_context.json ? json_of(kind, change, text) : line_of(kind, change, text));
+    _context.out.flush();
   }
 
  private:
@@ -86,12 +86,12 @@ class EventPrinter {
     const bool one = gap.first == gap.last;
     const std::string words = one ? "missed revision " + std::to_string(gap.first)
                                   : "missed revisions " + std::to_string(gap.first) + " to " + std::to_string(gap.last);
-    return styled(clock_time(), Style::Dim, context_.screen) + "  " + styled(words, Style::Yellow, context_.screen) +
+    return styled(clock_time(), Style::Dim, _context.screen) + "  " + styled(words, Style::Yellow, _context.screen) +
            "\n";
   }
 
   [[nodiscard]] std::string line_of(const char* kind, const std::optional<Change>& change, const char* text) const {
-    std::string line = styled(clock_time(), Style::Dim, context_.screen) + "  " + padded(kind, 10) + "  ";
+    std::string line = styled(clock_time(), Style::Dim, _context.screen) + "  " + padded(kind, 10) + "  ";
     if (!change) return line + "not understood: " + printable(text) + "\n";
     line += padded(printable(change->event), 8) + "  revision " + std::to_string(change->revision);
     line += ids("  messages ", change->message_ids) + ids("  threads ", change->thread_ids);
@@ -108,29 +108,29 @@ class EventPrinter {
     return text;
   }
 
-  Context& context_;
-  RevisionTracker tracker_;
+  Context& _context;
+  RevisionTracker _tracker;
 };
 
 // Runs until there were enough events, time is up, a signal asks for the end, or something fails.
 class Watch {
  public:
-  Watch(Context& context, const Limits& limits) : printer_(context), limits_(limits) {
-    for (std::size_t i = 0; i < event_kinds.size(); ++i) subscriptions_[i] = {this, event_kinds[i].name};
+  Watch(Context& context, const Limits& limits) : _printer(context), _limits(limits) {
+    for (std::size_t i = 0; i < event_kinds.size(); ++i) _subscriptions[i] = {this, event_kinds[i].name};
   }
 
   void run() {
     subscribe();
     const Connection connection;
-    const BusGuard guard([this] { lost_ = true, stop(); });
+    const BusGuard guard([this] { _lost = true, stop(); });
     const Source interrupt(g_unix_signal_add(SIGINT, stop_watch, this));
     const Source terminate(g_unix_signal_add(SIGTERM, stop_watch, this));
     std::unique_ptr<Source> timer;
-    if (limits_.seconds > 0) {
-      timer = std::make_unique<Source>(g_timeout_add_seconds(static_cast<guint>(limits_.seconds), time_is_up, this));
+    if (_limits.seconds > 0) {
+      timer = std::make_unique<Source>(g_timeout_add_seconds(static_cast<guint>(_limits.seconds), time_is_up, this));
     }
     static_cast<void>(std::fputs("watching…\n", stderr));
-    g_main_loop_run(loop_.get());
+    g_main_loop_run(_loop.get());
     check_outcome();
   }
 
@@ -142,7 +142,7 @@ class Watch {
 
   void subscribe() {
     for (std::size_t i = 0; i < event_kinds.size(); ++i) {
-      check_command(msg_consumer_event_subscribe(event_kinds[i].type, take_event, &subscriptions_[i]),
+      check_command(msg_consumer_event_subscribe(event_kinds[i].type, take_event, &_subscriptions[i]),
                     {"subscribe to events", "event", {}});
     }
   }
@@ -156,12 +156,12 @@ class Watch {
   void take(const char* kind, const char* data) {
     if (enough()) return;
     try {
-      printer_.print(kind, data);
-      ++received_;
+      _printer.print(kind, data);
+      ++_received;
     } catch (...) {
-      failure_ = std::current_exception();
+      _failure = std::current_exception();
     }
-    if (failure_ || enough()) stop();
+    if (_failure || enough()) stop();
   }
 
   static gboolean stop_watch(gpointer watch) {
@@ -170,34 +170,34 @@ class Watch {
   }
 
   static gboolean time_is_up(gpointer watch) {
-    static_cast<Watch*>(watch)->out_of_time_ = true;
+    static_cast<Watch*>(watch)->_out_of_time = true;
     return stop_watch(watch);
   }
 
-  void stop() { g_main_loop_quit(loop_.get()); }
+  void stop() { g_main_loop_quit(_loop.get()); }
 
-  [[nodiscard]] bool enough() const { return failure_ != nullptr || (limits_.count > 0 && received_ >= limits_.count); }
+  [[nodiscard]] bool enough() const { return _failure != nullptr || (_limits.count > 0 && _received >= _limits.count); }
 
   void check_outcome() const {
-    if (failure_) std::rethrow_exception(failure_);
+    if (_failure) std::rethrow_exception(_failure);
     if (enough()) return;
-    if (lost_) {
+    if (_lost) {
       throw Failure(ExitCode::Unreachable, "the message bus went away", "Events are lost from here on: watch again.");
     }
-    if (out_of_time_ && limits_.count > 0) {
-      throw Failure(ExitCode::Failed, "time is up after " + std::to_string(received_) + " of " +
-                                          std::to_string(limits_.count) + " events");
+    if (_out_of_time && _limits.count > 0) {
+      throw Failure(ExitCode::Failed, "time is up after " + std::to_string(_received) + " of " +
+                                          std::to_string(_limits.count) + " events");
     }
   }
 
-  EventPrinter printer_;
-  Limits limits_;
-  Owned<GMainLoop, g_main_loop_unref> loop_{g_main_loop_new(nullptr, FALSE)};
-  std::array<Subscription, event_kinds.size()> subscriptions_{};
-  std::exception_ptr failure_;
-  int received_ = 0;
-  bool out_of_time_ = false;
-  bool lost_ = false;
+  EventPrinter _printer;
+  Limits _limits;
+  Owned<GMainLoop, g_main_loop_unref> _loop{g_main_loop_new(nullptr, FALSE)};
+  std::array<Subscription, event_kinds.size()> _subscriptions{};
+  std::exception_ptr _failure;
+  int _received = 0;
+  bool _out_of_time = false;
+  bool _lost = false;
 };
 
 }  // namespace
