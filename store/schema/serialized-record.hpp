@@ -18,7 +18,7 @@ namespace msg_consumer::schema {
 inline constexpr int SERIALIZED_RECORD_VERSION = 1;
 
 /// The longest text that is decoded, in bytes.
-inline constexpr std::size_t MAX_SERIALIZED_SIZE = 4 * 1024 * 1024;
+inline constexpr std::size_t MAX_SERIALIZED_SIZE = std::size_t{4} * 1024 * 1024;
 
 /// Nothing for text that is not UTF-8. May throw std::bad_alloc.
 std::optional<std::string> encode_message(const msg_message_item_t& message);
