@@ -2,7 +2,6 @@
 #include <msg-consumer-common/db.h>
 
 #include <algorithm>
-#include <iterator>
 #include <string>
 #include <utility>
 
@@ -10,7 +9,7 @@
 
 #include "list-query.hpp"
 #include "queries.hpp"
-#include "rows.hpp"
+#include "query-frame.hpp"
 #include "schema/address.hpp"
 #include "schema/schema.hpp"
 #include "session.hpp"
@@ -18,46 +17,9 @@
 namespace msg_consumer::db {
 namespace {
 
-/// Puts a result behind what the caller's list holds, all of it or, when memory runs out, nothing.
-template <typename Record>
-int append(std::vector<Record>& result, std::vector<Record>& list) {
-  if (result.empty()) return DB_NO_RECORD;
-  if (list.empty()) {
-    list = std::move(result);
-  } else {
-    list.reserve(list.size() + result.size());
-    std::move(result.begin(), result.end(), std::back_inserter(list));
-  }
-  return DB_OK;
-}
-
-/// Reads the row of an id; false when there is none.
-template <typename Record>
-bool find(Session& session, const char* sql, int id, Record& record) {
-  auto& statement = session.statement(sql);
-  const schema::ResetAtExit reset(statement);
-  if (!statement.bind(1, id).step()) return false;
-  read_row(statement, record);
-  return true;
-}
-
 template <typename Record>
 int answer_with_one(const CallSite& site, const char* sql, int id, Record& record) {
-  return answer(site, [&](Session& session) {
-    Record result;
-    if (!find(session, sql, id, result)) return DB_NO_RECORD;
-    record = std::move(result);
-    return DB_OK;
-  });
-}
-
-/// Reads all rows of a statement whose values are bound.
-template <typename Record>
-std::vector<Record> read_all(schema::Statement& statement) {
-  const schema::ResetAtExit reset(statement);
-  std::vector<Record> result;
-  while (statement.step()) read_row(statement, result.emplace_back());
-  return result;
+  return answer(site, [&](Session& session) { return fill(session.statement(sql).bind(1, id), record); });
 }
 
 enum Direction { OUTGOING = 2 };
@@ -100,18 +62,14 @@ int db_get_message_list(const ListCondition& condition, std::vector<Message>& li
     const ListQuery query(condition);
     auto& statement = session.statement(query.sql());
     query.bind(statement);
-    auto result = read_all<Message>(statement);
-    return append(result, list);
+    return append_all(statement, list);
   });
 }
 
 int db_get_thread(int threadId, Thread& thread) { return answer_with_one(HERE, SELECT_THREAD, threadId, thread); }
 
 int db_get_threads(std::vector<Thread>& list) {
-  return answer(HERE, [&](Session& session) {
-    auto result = read_all<Thread>(session.statement(SELECT_THREADS));
-    return append(result, list);
-  });
+  return answer(HERE, [&](Session& session) { return append_all(session.statement(SELECT_THREADS), list); });
 }
 
 int db_get_conversation(int msgId, Conversation& conversation) {
@@ -120,8 +78,7 @@ int db_get_conversation(int msgId, Conversation& conversation) {
 
 int db_get_conversations(int threadId, std::vector<Conversation>& list) {
   return answer(HERE, [&](Session& session) {
-    auto result = read_all<Conversation>(session.statement(SELECT_CONVERSATIONS).bind(1, threadId));
-    return append(result, list);
+    return append_all(session.statement(SELECT_CONVERSATIONS).bind(1, threadId), list);
   });
 }
 
@@ -148,7 +105,8 @@ int db_check_thread_address_exist(const std::vector<Address>& addresses, int* th
 int db_get_sending_msg_content_info(int msgId, Content& content) {
   return answer(HERE, [&](Session& session) {
     Message message;
-    if (!find(session, SELECT_MESSAGE, msgId, message) || message.num_e != OUTGOING) return DB_NO_RECORD;
+    const bool found = read_first(session.statement(SELECT_MESSAGE).bind(1, msgId), message);
+    if (!found || message.num_e != OUTGOING) return DB_NO_RECORD;
     const auto part = transferred_part(message.contents);
     if (part == message.contents.end()) return DB_NO_RECORD;
     content = std::move(*part);

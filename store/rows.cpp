@@ -29,10 +29,8 @@ void read_columns(const schema::Statement& row, Record& record) {
   record.flag_k = flag(row, 6);
 }
 
-void read_nms_meta(const schema::Statement& row, NmsMsgMeta& meta) {
-  int column = NMS_META_COLUMN;
-  if (row.is_null(column)) return;
-  meta.msgId = number(row, ++column);
+void read_nms_meta(const schema::Statement& row, int column, NmsMsgMeta& meta) {
+  meta.msgId = number(row, column);
   meta.metaStr1 = row.text(++column);
   meta.metaStr2 = row.text(++column);
   meta.metaStr3 = row.text(++column);
@@ -55,7 +53,7 @@ void require_unpacked(bool unpacked, int message_id) {
 void read_row(const schema::Statement& row, Message& message) {
   read_columns(row, message);
   require_unpacked(schema::unpack_message(row.blob(PACKED_COLUMN), message, nullptr), message.id);
-  read_nms_meta(row, message.nms_meta);
+  if (!row.is_null(NMS_META_COLUMN)) read_nms_meta(row, NMS_META_COLUMN, message.nms_meta);
 }
 
 void read_row(const schema::Statement& row, Conversation& conversation) {
@@ -88,5 +86,7 @@ void read_row(const schema::Statement& row, Address& address) {
   address.address = row.text(2);
   address.flag_e = flag(row, 3);
 }
+
+void read_row(const schema::Statement& row, NmsMsgMeta& meta) { read_nms_meta(row, 0, meta); }
 
 }  // namespace msg_consumer::db

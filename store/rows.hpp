@@ -7,6 +7,7 @@
 #include <msg-consumer-common/Address.h>
 #include <msg-consumer-common/Conversation.h>
 #include <msg-consumer-common/Message.h>
+#include <msg-consumer-common/NmsMsgMeta.h>
 #include <msg-consumer-common/Thread.h>
 
 #include "schema/sqlite.hpp"
@@ -19,6 +20,7 @@ void read_row(const schema::Statement& row, Message& message);
 void read_row(const schema::Statement& row, Conversation& conversation);
 void read_row(const schema::Statement& row, Thread& thread);
 void read_row(const schema::Statement& row, Address& address);
+void read_row(const schema::Statement& row, NmsMsgMeta& meta);
 
 }  // namespace msg_consumer::db
 

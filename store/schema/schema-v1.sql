@@ -91,8 +91,8 @@ CREATE TABLE nms_meta (
 ) STRICT;
 CREATE INDEX nms_meta_by_object ON nms_meta (object_id);
 CREATE INDEX nms_meta_by_correlation ON nms_meta (correlation_id) WHERE is_correlated = 0;
-CREATE INDEX nms_meta_by_sync ON nms_meta (sync_state) WHERE sync_state <> 0;
-CREATE INDEX nms_meta_by_download ON nms_meta (download_state) WHERE download_state <> 0;
+CREATE INDEX nms_meta_to_sync ON nms_meta (sync_state) WHERE sync_state IN (1, 3);
+CREATE INDEX nms_meta_to_download ON nms_meta (download_state) WHERE download_state IN (1, 4) AND is_deleted = 0;
 
 CREATE TABLE nms_subscription (
   id INTEGER PRIMARY KEY CHECK (id = 1),

@@ -14,13 +14,13 @@ namespace msg_consumer {
 class NmsMsgMeta {
  public:
   /// Which messages a correlation id belongs to.
-  enum CorrelationType {
+  enum CorrelationType : int {
     CORRELATION_MESSAGE = 0,    ///< SMS and MMS
     CORRELATION_GROUPCHAT = 1,  ///< group chat
   };
 
   /// How a correlation id is compared.
-  enum CorrelationIdSearchType {
+  enum CorrelationIdSearchType : int {
     SEARCH_EXACT = 0,
     SEARCH_PREFIX = 1,
     SEARCH_CONTAINED = 2,

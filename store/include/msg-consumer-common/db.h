@@ -21,6 +21,7 @@
 #include <msg-consumer-common/Conversation.h>
 #include <msg-consumer-common/ListCondition.h>
 #include <msg-consumer-common/Message.h>
+#include <msg-consumer-common/NmsMsgMeta.h>
 #include <msg-consumer-common/Thread.h>
 
 namespace msg_consumer::db {
@@ -75,6 +76,33 @@ int db_check_thread_address_exist(const std::vector<Address>& addresses, int* th
 
 /// Reads the part of an outgoing message whose file is being transferred, or else its first attachment.
 int db_get_sending_msg_content_info(int msgId, Content& content);
+
+/// Reads the metadata with this message id and this object id. An id below 1 and an empty object id stand for any; one
+/// of the two must be given. Of several records the first added is read.
+int db_get_nms_msg_meta(int msgId, const std::string& objectId, NmsMsgMeta& meta);
+
+// Lists of metadata hold what was added first first.
+
+/// Reads the metadata that is not correlated with a local message and whose correlation id compares to `correlationId`
+/// as `idType` says, byte by byte. `type` is that of the record's message; a record whose message does not exist counts
+/// as `CORRELATION_MESSAGE`. `includeDeleted`: records that are marked deleted count too.
+int db_get_uncorrelated_nms_msg_metas(const std::string& correlationId, NmsMsgMeta::CorrelationType type,
+                                      NmsMsgMeta::CorrelationIdSearchType idType, bool includeDeleted,
+                                      std::vector<NmsMsgMeta>& list);
+
+/// Reads the metadata that still needs a sync: one is required, or the last has failed. `includeDeleted`: records that
+/// are marked deleted count too.
+int db_get_sync_required_nms_msg_metas(bool includeDeleted, std::vector<NmsMsgMeta>& list);
+
+/// Reads the metadata whose message still needs a download: one is required, or the last has failed. Records that are
+/// marked deleted need none.
+int db_get_download_required_nms_msg_metas(std::vector<NmsMsgMeta>& list);
+
+/// Reads the subscription's notification index and restart token. Both are written on success only.
+int db_get_subscription_info(unsigned long long& notiIndex, std::string& restartToken);
+
+/// Tells whether `db_get_download_required_nms_msg_metas` would find any. `*exist` is written on success only.
+int db_has_download_required_message(bool* exist);
 
 #pragma GCC visibility pop
 

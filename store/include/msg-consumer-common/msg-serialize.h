@@ -13,6 +13,9 @@
 /// not UTF-8, a list with a missing element, a message of more than 4 MiB, out of memory. `*out` is then left alone.
 int msg_serialize_message(const msg_message_item_t* message, char** out);
 
+/// Serialises metadata of the network message store; otherwise as above.
+int msg_serialize_nms_msg_meta(const msg_nms_msg_meta_data_t* meta, char** out);
+
 #pragma GCC visibility pop
 
 #endif

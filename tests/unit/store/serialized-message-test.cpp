@@ -11,7 +11,7 @@
 
 #include "named-row.hpp"
 #include "record-compare.hpp"
-#include "schema/serialized-message.hpp"
+#include "schema/serialized-record.hpp"
 
 namespace msg_consumer::schema {
 namespace {

@@ -1,20 +1,21 @@
 // SPDX-License-Identifier: Apache-2.0
-#ifndef MSG_CONSUMER_STORE_SCHEMA_SERIALIZED_MESSAGE_HPP
-#define MSG_CONSUMER_STORE_SCHEMA_SERIALIZED_MESSAGE_HPP
+#ifndef MSG_CONSUMER_STORE_SCHEMA_SERIALIZED_RECORD_HPP
+#define MSG_CONSUMER_STORE_SCHEMA_SERIALIZED_RECORD_HPP
 
-// The serialised form of a message: a JSON object, written by the store library and read by the service.
+// The serialised form of a record: a JSON object, written by the store library and read by the service.
 
 #include <optional>
 #include <string>
 #include <string_view>
 
 #include <msg-consumer-common/Message.h>
+#include <msg-consumer-common/NmsMsgMeta.h>
 #include <msg-consumer/msg-consumer-record.h>
 
 namespace msg_consumer::schema {
 
-/// The version that every serialised message names; another one is refused.
-inline constexpr int SERIALIZED_MESSAGE_VERSION = 1;
+/// The version that every serialised record names; another one is refused.
+inline constexpr int SERIALIZED_RECORD_VERSION = 1;
 
 /// The longest text that is decoded, in bytes.
 inline constexpr std::size_t MAX_SERIALIZED_SIZE = std::size_t{4} * 1024 * 1024;
@@ -27,6 +28,10 @@ std::optional<std::string> encode_message(const msg_message_item_t& message);
 /// nested too deeply, has a wrong version, an unknown, missing or repeated member, or a value of the wrong type or
 /// out of range.
 std::optional<Message> decode_message(std::string_view text);
+
+/// Metadata of the network message store, on the same terms as a message.
+std::optional<std::string> encode_nms_meta(const msg_nms_msg_meta_data_t& meta);
+std::optional<NmsMsgMeta> decode_nms_meta(std::string_view text);
 
 }  // namespace msg_consumer::schema
 

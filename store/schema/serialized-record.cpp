@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "schema/serialized-message.hpp"
+#include "schema/serialized-record.hpp"
 
 #include <concepts>
 #include <cstdint>
@@ -207,8 +207,6 @@ void encode(std::string& out, const msg_content_item_t& content) {
 
 void encode(std::string& out, const msg_message_item_t& message) {
   Encoder object(out, message);
-  object.name("version");
-  encode(out, SERIALIZED_MESSAGE_VERSION);
   visit_message(object);
   object.name("address_list");
   encode_list<msg_address_item_t>(out, message.address_list);
@@ -322,7 +320,6 @@ void decode_list(const Json& json, std::vector<Store>& list) {
 
 void decode(const Json& json, Message& message) {
   Decoder in(json, message);
-  integer(in.take("version"), Range{SERIALIZED_MESSAGE_VERSION, SERIALIZED_MESSAGE_VERSION});
   visit_message(in);
   message.time_ms *= 1000;
   decode_list(in.take("address_list"), message.addresses);
@@ -365,11 +362,16 @@ Json parse(std::string_view text) {
   return json;
 }
 
-}  // namespace
+// The whole text: a record's members, and the version.
 
-std::optional<std::string> encode_message(const msg_message_item_t& message) try {
+constexpr const char* VERSION_NAME = "version";
+
+template <typename Public>
+std::optional<std::string> encode_record(const Public& record) try {
   std::string text;
-  encode(text, message);
+  encode(text, record);
+  // Behind the opening brace; a record always has members.
+  text.insert(1, std::string("\"") + VERSION_NAME + "\":" + std::to_string(SERIALIZED_RECORD_VERSION) + ",");
   if (text.size() > MAX_SERIALIZED_SIZE) return std::nullopt;
   return text;
 } catch (const Refused&) {
@@ -379,14 +381,34 @@ std::optional<std::string> encode_message(const msg_message_item_t& message) try
   return std::nullopt;
 }
 
-std::optional<Message> decode_message(std::string_view text) try {
+void take_version(Json& json) {
+  const auto found = json.find(VERSION_NAME);
+  if (found == json.end()) throw Refused();
+  integer(*found, Range{SERIALIZED_RECORD_VERSION, SERIALIZED_RECORD_VERSION});
+  json.erase(found);
+}
+
+template <typename Store>
+std::optional<Store> decode_record(std::string_view text) try {
   // The parser would take a NUL for the end.
   if (text.size() > MAX_SERIALIZED_SIZE || !is_utf8(text)) return std::nullopt;
-  Message message;
-  decode(parse(text), message);
-  return message;
+  Json json = parse(text);
+  take_version(json);
+  Store record;
+  decode(json, record);
+  return record;
 } catch (const Refused&) {
   return std::nullopt;
 }
+
+}  // namespace
+
+std::optional<std::string> encode_message(const msg_message_item_t& message) { return encode_record(message); }
+
+std::optional<Message> decode_message(std::string_view text) { return decode_record<Message>(text); }
+
+std::optional<std::string> encode_nms_meta(const msg_nms_msg_meta_data_t& meta) { return encode_record(meta); }
+
+std::optional<NmsMsgMeta> decode_nms_meta(std::string_view text) { return decode_record<NmsMsgMeta>(text); }
 
 }  // namespace msg_consumer::schema
