@@ -1,10 +1,12 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "schema/serialized-record.hpp"
 
+#include <concepts>
 #include <cstdint>
 #include <limits>
 #include <nlohmann/json.hpp>
 #include <set>
+#include <type_traits>
 #include <utility>
 
 #include "schema/text.hpp"
@@ -113,81 +115,106 @@ void visit_message(Visitor& visit) {
   visit("text_19", &P::text_19, &Message::str_s);
 }
 
-// Encoding.
+// Encoding: straight into the text. A tree of JSON values would allocate even when it is destroyed, and so end the
+// process when memory runs out.
 
-/// Takes the members of a public record.
+template <std::integral Number>
+void encode(std::string& out, Number value) {
+  if constexpr (std::is_same_v<Number, bool>) {
+    out += value ? "true" : "false";
+  } else {
+    out += std::to_string(value);
+  }
+}
+
+void encode(std::string& out, const char* text) { out += text != nullptr ? Json(text).dump() : "null"; }
+
+void encode(std::string& out, const msg_address_item_t& address);
+void encode(std::string& out, const msg_nms_content_meta_t& meta);
+void encode(std::string& out, const msg_nms_msg_meta_data_t& meta);
+void encode(std::string& out, const msg_content_item_t& content);
+
+template <typename Public>
+void encode_optional(std::string& out, const Public* record) {
+  if (record != nullptr) {
+    encode(out, *record);
+  } else {
+    out += "null";
+  }
+}
+
+template <typename Public>
+void encode_list(std::string& out, const GSList* list) {
+  out += '[';
+  for (const GSList* node = list; node != nullptr; node = node->next) {
+    // An element for which memory ran out: the message is not whole.
+    if (node->data == nullptr) throw Refused();
+    if (node != list) out += ',';
+    encode(out, *static_cast<const Public*>(node->data));
+  }
+  out += ']';
+}
+
+/// Writes a public record as an object.
 template <typename Public>
 class Encoder {
  public:
-  explicit Encoder(const Public& record) : _record(record) {}
+  Encoder(std::string& out, const Public& record) : _out(out), _record(record) { _out += '{'; }
+
+  void name(const char* name) {
+    if (_out.back() != '{') _out += ',';
+    _out.append("\"").append(name).append("\":");
+  }
 
   template <typename Member, typename... Rest>
-  void operator()(const char* name, Member member, const Rest&...) {
-    set(name, _record.*member);
+  void operator()(const char* member_name, Member member, const Rest&...) {
+    name(member_name);
+    encode(_out, _record.*member);
   }
 
-  template <typename T>
-  void set(const char* name, T value) {
-    _json[name] = value;
-  }
-  void set(const char* name, char* text) { _json[name] = text != nullptr ? Json(text) : Json(nullptr); }
-  void set(const char* name, Json json) { _json[name] = std::move(json); }
-
-  Json take() { return std::move(_json); }
+  void finish() { _out += '}'; }
 
  private:
+  std::string& _out;
   const Public& _record;
-  Json _json = Json::object();
 };
 
-Json encode(const msg_address_item_t& address) {
-  Encoder out(address);
-  visit_address(out);
-  return out.take();
+void encode(std::string& out, const msg_address_item_t& address) {
+  Encoder object(out, address);
+  visit_address(object);
+  object.finish();
 }
 
-Json encode(const msg_nms_content_meta_t& meta) {
-  Encoder out(meta);
-  visit_nms_content_meta(out);
-  return out.take();
+void encode(std::string& out, const msg_nms_content_meta_t& meta) {
+  Encoder object(out, meta);
+  visit_nms_content_meta(object);
+  object.finish();
 }
 
-Json encode(const msg_nms_msg_meta_data_t& meta) {
-  Encoder out(meta);
-  visit_nms_meta(out);
-  return out.take();
+void encode(std::string& out, const msg_nms_msg_meta_data_t& meta) {
+  Encoder object(out, meta);
+  visit_nms_meta(object);
+  object.finish();
 }
 
-template <typename Public>
-Json encode_optional(const Public* record) {
-  return record != nullptr ? encode(*record) : Json(nullptr);
+void encode(std::string& out, const msg_content_item_t& content) {
+  Encoder object(out, content);
+  visit_content(object);
+  object.name("nms_content_meta");
+  encode_optional(out, content.nms_content_meta);
+  object.finish();
 }
 
-Json encode(const msg_content_item_t& content) {
-  Encoder out(content);
-  visit_content(out);
-  out.set("nms_content_meta", encode_optional(content.nms_content_meta));
-  return out.take();
-}
-
-template <typename Public>
-Json encode_list(const GSList* list) {
-  Json result = Json::array();
-  for (; list != nullptr; list = list->next) {
-    // An element for which memory ran out: the message is not whole.
-    if (list->data == nullptr) throw Refused();
-    result.push_back(encode(*static_cast<const Public*>(list->data)));
-  }
-  return result;
-}
-
-Json encode(const msg_message_item_t& message) {
-  Encoder out(message);
-  visit_message(out);
-  out.set("address_list", encode_list<msg_address_item_t>(message.address_list));
-  out.set("content_list", encode_list<msg_content_item_t>(message.content_list));
-  out.set("nms_meta", encode_optional(message.nms_meta));
-  return out.take();
+void encode(std::string& out, const msg_message_item_t& message) {
+  Encoder object(out, message);
+  visit_message(object);
+  object.name("address_list");
+  encode_list<msg_address_item_t>(out, message.address_list);
+  object.name("content_list");
+  encode_list<msg_content_item_t>(out, message.content_list);
+  object.name("nms_meta");
+  encode_optional(out, message.nms_meta);
+  object.finish();
 }
 
 // Decoding.
@@ -341,9 +368,10 @@ constexpr const char* VERSION_NAME = "version";
 
 template <typename Public>
 std::optional<std::string> encode_record(const Public& record) try {
-  Json json = encode(record);
-  json[VERSION_NAME] = SERIALIZED_RECORD_VERSION;
-  std::string text = json.dump();
+  std::string text;
+  encode(text, record);
+  // Behind the opening brace; a record always has members.
+  text.insert(1, std::string("\"") + VERSION_NAME + "\":" + std::to_string(SERIALIZED_RECORD_VERSION) + ",");
   if (text.size() > MAX_SERIALIZED_SIZE) return std::nullopt;
   return text;
 } catch (const Refused&) {
