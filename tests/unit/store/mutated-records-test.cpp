@@ -82,11 +82,11 @@ using Records = testing::Types<Message, NmsMsgMeta>;
 TYPED_TEST_SUITE(MutatedRecord, Records);
 
 TYPED_TEST(MutatedRecord, IsRefusedOrARecord) {
-  const TypeParam sample = valid_sample<TypeParam>();
+  const auto sample = valid_sample<TypeParam>();
   const std::string original = encode(sample).value();
   ASSERT_TRUE(decode(original, sample));
 
-  std::mt19937 random(4);
+  std::mt19937 random(4);  // NOLINT(cert-msc32-c,cert-msc51-cpp): every run the same
   int refused = 0;
   for (int i = 0; i < MUTANTS; ++i) {
     const std::string mutant = mutate(original, random);

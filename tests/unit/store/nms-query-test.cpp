@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 #include <msg-consumer-common/db.h>
 
+#include <algorithm>
 #include <climits>
 
 #include "named-row.hpp"
@@ -20,8 +21,8 @@ using testing::ElementsAre;
 using testing::IsEmpty;
 
 std::vector<std::string> object_ids(const std::vector<NmsMsgMeta>& list) {
-  std::vector<std::string> result;
-  for (const auto& meta : list) result.push_back(meta.metaStr1);
+  std::vector<std::string> result(list.size());
+  std::transform(list.begin(), list.end(), result.begin(), [](const NmsMsgMeta& meta) { return meta.metaStr1; });
   return result;
 }
 

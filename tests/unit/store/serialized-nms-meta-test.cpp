@@ -6,6 +6,10 @@
 #include <cstdlib>
 #include <cstring>
 #include <nlohmann/json.hpp>
+#include <string>
+#include <string_view>
+
+#include <msg-consumer-platform/releaser.hpp>
 
 #include "named-row.hpp"
 #include "public-records.hpp"
@@ -174,12 +178,12 @@ INSTANTIATE_TEST_SUITE_P(
 
 TEST(MsgSerializeNmsMsgMeta, GivesATextToBeFreed) {
   const msg_nms_msg_meta_data_t record = test::public_record(sample());
-  char* text = nullptr;
-  const int length = msg_serialize_nms_msg_meta(&record, &text);
+  char* buffer = nullptr;
+  const int length = msg_serialize_nms_msg_meta(&record, &buffer);
+  const Owned<char, std::free> text(buffer);
   ASSERT_GT(length, 0);
-  EXPECT_EQ(std::strlen(text), static_cast<std::size_t>(length));
-  EXPECT_EQ(std::string(text), sample_text());
-  std::free(text);
+  EXPECT_EQ(std::strlen(text.get()), static_cast<std::size_t>(length));
+  EXPECT_EQ(std::string(text.get()), sample_text());
 }
 
 TEST(MsgSerializeNmsMsgMeta, AFailureLeavesTheOutputAlone) {
