@@ -7,22 +7,29 @@
 
 #include <msg-consumer-platform/logging.hpp>
 
+#include "ipc/Results.hpp"
+
 namespace msg_consumer {
 
-inline constexpr int RESULT_OUT_OF_MEMORY = -2;
+/// A request object for one call; null, and said so, when there is no memory for it.
+template <typename Request>
+std::unique_ptr<Request> make_request(const CallSite& site) {
+  std::unique_ptr<Request> request(new (std::nothrow) Request);
+  if (!request) LOG_ERROR(site, "[ERROR] Failed to allocate memory!");
+  return request;
+}
 
-/// Makes a request object for one call of `operation` and returns its result; one that is not 0 is logged as
-/// "`name`() failed: (result)".
+/// Hands a request's result on; one that is not 0 is logged as "`name`() failed: (result)".
+inline int logged_result(const CallSite& site, const char* name, int result) {
+  if (result != RESULT_OK) LOG_ERROR(site, "%s() failed: (%d)", name, result);
+  return result;
+}
+
+/// Makes a request object, calls `operation` with it and returns the result, logged under `name`.
 template <typename Request, typename Operation>
 int run_request(const CallSite& site, const char* name, Operation operation) {
-  const std::unique_ptr<Request> request(new (std::nothrow) Request);
-  if (!request) {
-    LOG_ERROR(site, "[ERROR] Failed to allocate memory!");
-    return RESULT_OUT_OF_MEMORY;
-  }
-  const int result = operation(*request);
-  if (result != 0) LOG_ERROR(site, "%s() failed: (%d)", name, result);
-  return result;
+  const auto request = make_request<Request>(site);
+  return request ? logged_result(site, name, operation(*request)) : RESULT_NO_RESOURCE;
 }
 
 }  // namespace msg_consumer

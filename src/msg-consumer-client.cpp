@@ -12,15 +12,20 @@
 
 #include <msg-consumer-common/common_util.h>
 #include <msg-consumer-common/db.h>
+#include <msg-consumer-common/msg-serialize.h>
 #include <msg-consumer/ipc/CContentSync.h>
 #include <msg-consumer/ipc/CMessageSync.h>
+#include <msg-consumer/ipc/CNmsSync.h>
 #include <msg-consumer/ipc/CRequestSync.h>
 #include <msg-consumer/ipc/CThreadSync.h>
-#include <msg-consumer/ipc/IPCProxy.h>
 #include <msg-consumer-platform/logging.hpp>
+#include <msg-consumer-platform/releaser.hpp>
 
+#include "Gates.hpp"
+#include "ProxyFrame.hpp"
 #include "RequestFrame.hpp"
 #include "ServiceLaunch.hpp"
+#include "ipc/Results.hpp"
 
 using namespace msg_consumer;      // NOLINT(google-build-using-namespace): the C API is the namespace's C face
 using namespace msg_consumer::db;  // NOLINT(google-build-using-namespace)
@@ -29,22 +34,16 @@ namespace {
 
 // ---- Statuses ----
 
-constexpr int RESULT_OK = 0;
-constexpr int RESULT_NO_INSTANCE = -2;
-constexpr int RESULT_NO_RECORD = -1101;
-
-constexpr const char* PREFERENCE_SENDING_MMS = "consumer_preference_bool_support_sending_mms";
-
 /// The status code for a result of the proxy, the request classes, the store or the service.
 int status_of(int result) {
   switch (result) {
     case RESULT_OK:
       return MSG_CONSUMER_ERROR_NONE;
-    case -2:
+    case RESULT_NO_RESOURCE:
       return MSG_CONSUMER_ERROR_OUT_OF_MEMORY;
-    case -3:
+    case RESULT_INVALID_ARGUMENT:
       return MSG_CONSUMER_ERROR_INVALID_PARAMETER;
-    case -4:
+    case RESULT_IPC_FAILED:
       return MSG_CONSUMER_ERROR_IPC_FAILED;
     case RESULT_NO_RECORD:
       return MSG_CONSUMER_ERROR_NO_DATA;
@@ -78,31 +77,47 @@ int command(const CallSite& site, const char* name, Operation operation) {
   return guarded(site, [&] { return status_of(run_request<Request>(site, name, operation)); });
 }
 
-/// Runs one operation of the proxy and logs a result that is not 0 as "[ERROR] `name`() failed: (result)".
+/// Serialises a record with `serialise` and runs one request with the text; `operation` is called with the request
+/// object, the text and its length.
+template <typename Record, typename Operation>
+int command_serialised(const CallSite& site, const char* name, const char* serialiser,
+                       int (*serialise)(const Record*, char**), const Record* record, Operation operation) {
+  return guarded(site, [&] {
+    const auto request = make_request<CNmsSync>(site);
+    if (!request) return static_cast<int>(MSG_CONSUMER_ERROR_OUT_OF_MEMORY);
+    char* serialised = nullptr;
+    const int length = serialise(record, &serialised);
+    const Owned<char, std::free> buffer(serialised);
+    if (length <= 0) {
+      LOG_ERROR(site, "[ERROR] %s() failed!", serialiser);
+      return static_cast<int>(MSG_CONSUMER_ERROR_OPERATION_FAILED);
+    }
+    return status_of(logged_result(site, name, operation(*request, buffer.get(), length)));
+  });
+}
+
+/// Runs one operation of the proxy.
 template <typename Operation>
 int with_proxy(const CallSite& site, const char* name, Operation operation) {
-  IPCProxy* const proxy = IPCProxy::getInstance();
-  const int result = proxy != nullptr ? operation(*proxy) : RESULT_NO_INSTANCE;
-  if (result != RESULT_OK) LOG_ERROR(site, "[ERROR] %s() failed: (%d)", name, result);
-  return status_of(result);
+  return status_of(run_with_proxy(site, name, operation));
+}
+
+/// Metadata is found by a message id, an object id, or both.
+bool has_meta_key(const CallSite& site, int msgId, const char* objectId) {
+  if (msgId >= 1 || objectId != nullptr) return true;
+  LOG_ERROR(site, "[ERROR] Invalid parameter: msgId:[%d], objectId:[%s]!", msgId, "(null)");
+  return false;
 }
 
 const char* or_empty(const char* text) { return text != nullptr ? text : ""; }
 
-/// Whether MMS may be sent: 0, or the status that says why not. Asked anew every time, so that a change counts at once.
-int mms_status(const CallSite& site, const char* not_supported) {
-  bool is_supported = false;
-  if (const int result = preference_get_boolean(PREFERENCE_SENDING_MMS, &is_supported); result != 0) {
-    // The text names the integer getter, here too.
-    LOG_ERROR(site, "[ERROR] preference_get_int() for (%s) failed: (%d) ", PREFERENCE_SENDING_MMS, result);
-    return MSG_CONSUMER_ERROR_OPERATION_FAILED;
-  }
-  if (!is_supported) {
-    LOG_ERROR(site, "%s", not_supported);
-    return MSG_CONSUMER_ERROR_MMS_NOT_SUPPORTED;
-  }
-  return MSG_CONSUMER_ERROR_NONE;
-}
+// Both name the integer getter although the boolean one is called; one of them ends without a mark.
+constexpr MmsRefusal MMS_REFUSAL = {"preference_get_int", "[ERROR] Sending mms is not supported",
+                                    MSG_CONSUMER_ERROR_OPERATION_FAILED, MSG_CONSUMER_ERROR_MMS_NOT_SUPPORTED};
+constexpr MmsRefusal NMS_MMS_REFUSAL = {"preference_get_int", "[ERROR] Sending mms is not supported!",
+                                        MSG_CONSUMER_ERROR_OPERATION_FAILED, MSG_CONSUMER_ERROR_MMS_NOT_SUPPORTED};
+
+constexpr const char* PREFERENCE_DELAY_EVENTS = "consumer_preference_int_delay_noti_event";
 
 // ---- Conversions: store records to public records ----
 
@@ -139,16 +154,19 @@ class ListAppender {
   GSList* _last;
 };
 
-/// Converts each store record into a public record of its own and appends it to a list. A public record that could not
-/// be allocated is appended as NULL; the conversion says so.
+/// Converts a store record into a public record of its own and appends it to a list. A public record that could not be
+/// allocated is appended as NULL; the conversion says so.
+template <typename Public, typename Record>
+void append_converted(const Record& from, ListAppender& to, void (*convert)(const Record&, Public*)) {
+  auto* const element = new_record<Public>();
+  convert(from, element);
+  to.append(element);
+}
+
 template <typename Public, typename Record>
 void append_converted(const std::vector<Record>& from, GSList** to, void (*convert)(const Record&, Public*)) {
   ListAppender list(to);
-  for (const Record& record : from) {
-    auto* const element = new_record<Public>();
-    convert(record, element);
-    list.append(element);
-  }
+  for (const Record& record : from) append_converted(record, list, convert);
 }
 
 void __convert_legacy_address(const Address& from, msg_address_item_t* to) {
@@ -300,38 +318,42 @@ void __convert_legacy_conversation(const Conversation& from, msg_conversation_vi
 // ---- The frames of the queries ----
 
 /// The status for a query's result; one that is neither 0 nor "no record" is logged under the query's name.
-int query_status(const CallSite& site, const char* name, int result) {
-  if (result != RESULT_OK && result != RESULT_NO_RECORD) LOG_ERROR(site, "[ERROR] %s() failed: (%d)", name, result);
+int query_status(const CallSite& site, const char* name, int result, const char* prefix = "[ERROR] ") {
+  if (result != RESULT_OK && result != RESULT_NO_RECORD) LOG_ERROR(site, "%s%s() failed: (%d)", prefix, name, result);
   return status_of(result);
 }
 
-/// Reads one record with `query` and converts it into `output`.
-template <typename Record, typename Public>
-int query_record(const CallSite& site, const char* name, int (*query)(int, Record&), int id,
-                 void (*convert)(const Record&, Public*), Public* output) {
+/// For the look-ups, whose failure is logged without "[ERROR]".
+int lookup_status(const CallSite& site, const char* name, int result) { return query_status(site, name, result, ""); }
+
+/// Reads one record with `query`, which is called with an empty one, and converts it into `output`.
+template <typename Record, typename Public, typename Query>
+int query_record(const CallSite& site, const char* name, Query query, void (*convert)(const Record&, Public*),
+                 Public* output) {
   return guarded(site, [&] {
     Record record;
-    const int result = query(id, record);
+    const int result = query(record);
     if (result == RESULT_OK) convert(record, output);
     return query_status(site, name, result);
   });
 }
 
+/// What becomes of the records that a list query found although it answered that there are none.
+enum class WithoutRecord { DISCARD, APPEND };
+
 /// Reads a list with `query`, which is called with an empty vector, and appends its records to the handle's list.
 template <typename Record, typename Public, typename Query>
 int query_list(const CallSite& site, const char* name, Query query, void (*convert)(const Record&, Public*),
-               msg_list_handle_t* handle) {
+               msg_list_handle_t* handle, WithoutRecord without_record = WithoutRecord::DISCARD) {
   return guarded(site, [&] {
     std::vector<Record> records;
     const int result = query(records);
-    if (result == RESULT_OK) {
+    if (result == RESULT_OK || (result == RESULT_NO_RECORD && without_record == WithoutRecord::APPEND)) {
       ListAppender list(&handle->list);
       for (Record& stored : records) {
         // Emptied as it is converted, so that a long list is not held twice.
         const Record record = std::move(stored);
-        auto* const element = new_record<Public>();
-        convert(record, element);
-        list.append(element);
+        append_converted(record, list, convert);
       }
     }
     return query_status(site, name, result);
@@ -431,12 +453,12 @@ EventType to_event_type(int type) { return static_cast<EventType>(type + 1); }
 
 int msg_consumer_connect() {
   return guarded(HERE, [site = HERE] {
-    int is_ready = 0;
-    if (const int result = preference_get_int(PREFERENCE_SERVICE_STATUS, &is_ready); result != 0) {
+    int service_status = 0;
+    if (const int result = preference_get_int(PREFERENCE_SERVICE_STATUS, &service_status); result != 0) {
       LOG_ERROR(site, "[ERROR] preference_get_int() for (%s) failed: (%d) ", PREFERENCE_SERVICE_STATUS, result);
       return static_cast<int>(MSG_CONSUMER_ERROR_OPERATION_FAILED);
     }
-    if (is_ready == 0) {
+    if (service_status == 0) {
       launch_service(site);
       return static_cast<int>(MSG_CONSUMER_ERROR_OPERATION_FAILED);
     }
@@ -449,7 +471,7 @@ int msg_consumer_connect() {
 int msg_consumer_disconnect() {
   return guarded(HERE, [site = HERE] {
     static_cast<void>(deinit_db());
-    // The text names connect, here too.
+    // The text names connect although it is disconnect.
     return with_proxy(site, "IPCProxy::connect", [](IPCProxy& proxy) { return proxy.disconnect(); });
   });
 }
@@ -498,7 +520,7 @@ int msg_consumer_send_mms(int threadId, const char* recipient, const char* text,
     return refuse(HERE, "[ERROR] Invalid parameters: filepath and message is nullptr!");
   }
   if (msgId == nullptr) return refuse(HERE, "[ERROR] Invalid parameter: msgId is nullptr!");
-  if (const int status = mms_status(HERE, "[ERROR] Sending mms is not supported"); status != 0) return status;
+  if (const int status = check_mms(HERE, MMS_REFUSAL); status != 0) return status;
   return command<CMessageSync>(HERE, "IMessageSync::sendMessage", [&](IMessageSync& request) {
     return request.sendMessage("mms", threadId, recipient, or_empty(text), or_empty(filepath), simIndex, msgId);
   });
@@ -585,18 +607,23 @@ int msg_consumer_send_change_sms_application_request(bool status) {
 
 int msg_consumer_get_message(int msgId, int /*unused1*/, int /*unused2*/, msg_message_item_t* msg_detail_info) {
   if (msg_detail_info == nullptr) return refuse(HERE, "[ERROR] Invalid parameter: msg_detail_info is nullptr!");
-  return query_record(HERE, "db_get_message", db_get_message, msgId, __convert_legacy_message, msg_detail_info);
+  return query_record(
+      HERE, "db_get_message", [&](Message& message) { return db_get_message(msgId, message); },
+      __convert_legacy_message, msg_detail_info);
 }
 
 int msg_consumer_get_thread_view(int threadId, msg_thread_view_t* thread_view) {
   if (thread_view == nullptr) return refuse(HERE, "[ERROR] Invalid parameter: thread_view is nullptr!");
-  return query_record(HERE, "db_get_thread", db_get_thread, threadId, __convert_legacy_thread, thread_view);
+  return query_record(
+      HERE, "db_get_thread", [&](Thread& thread) { return db_get_thread(threadId, thread); }, __convert_legacy_thread,
+      thread_view);
 }
 
 int msg_consumer_get_conversation_view(int msgId, msg_conversation_view_t* conv_view) {
   if (conv_view == nullptr) return refuse(HERE, "[ERROR] Invalid parameter: conv_view is nullptr!");
-  return query_record(HERE, "db_get_conversation", db_get_conversation, msgId, __convert_legacy_conversation,
-                      conv_view);
+  return query_record(
+      HERE, "db_get_conversation", [&](Conversation& conversation) { return db_get_conversation(msgId, conversation); },
+      __convert_legacy_conversation, conv_view);
 }
 
 int msg_consumer_get_thread_view_list(msg_list_handle_t* thread_view_list) {
@@ -636,12 +663,232 @@ int msg_consumer_get_thread_id_by_address(const char* address, int* thread_id) {
     participant.address = address;
     participant.num_b = 1;
     participant.num_c = 0;
-    const int result = db_check_thread_address_exist({participant}, thread_id);
-    if (result != RESULT_OK && result != RESULT_NO_RECORD) {
-      LOG_ERROR(site, "db_check_thread_address_exist() failed: (%d)", result);
-    }
-    return status_of(result);
+    return lookup_status(site, "db_check_thread_address_exist",
+                         db_check_thread_address_exist({participant}, thread_id));
   });
+}
+
+// ---- Network message store: messages ----
+
+int msg_consumer_nms_add_message(const msg_message_item_t* msg_item) {
+  if (!has_numbersync(HERE)) return MSG_CONSUMER_ERROR_NOT_SUPPORTED;
+  if (msg_item == nullptr) return refuse(HERE, "[ERROR] Invalid parameter: msg_item is nullptr!");
+  return command_serialised(
+      HERE, "INmsSync::addMessage", "msg_serialize_message", msg_serialize_message, msg_item,
+      [](INmsSync& request, const char* data, int size) { return request.addMessage(data, size); });
+}
+
+int msg_consumer_nms_read_message(int msgId) {
+  if (!has_numbersync(HERE)) return MSG_CONSUMER_ERROR_NOT_SUPPORTED;
+  return command<CMessageSync>(HERE, "IMessageSync::readMessage",
+                               [&](IMessageSync& request) { return request.readMessage(msgId, true); });
+}
+
+int msg_consumer_nms_get_message_network_status(int msgId, int* subType, int* networkStatus) {
+  if (!has_numbersync(HERE)) return MSG_CONSUMER_ERROR_NOT_SUPPORTED;
+  if (subType == nullptr) return refuse(HERE, "[ERROR] Invalid parameter: subType is nullptr!");
+  if (networkStatus == nullptr) return refuse(HERE, "[ERROR] Invalid parameter: networkStatus is nullptr!");
+  return guarded(HERE, [&, site = HERE] {
+    Message message;
+    const int result = db_get_message(msgId, message);
+    if (result == RESULT_OK) {
+      *subType = message.subType;
+      *networkStatus = message.networkStatus;
+    }
+    return query_status(site, "db_get_message", result);
+  });
+}
+
+int msg_consumer_nms_update_message_network_status(int msgId, int networkStatus) {
+  if (!has_numbersync(HERE)) return MSG_CONSUMER_ERROR_NOT_SUPPORTED;
+  return command<CNmsSync>(HERE, "INmsSync::updateNetworkStatus",
+                           [&](INmsSync& request) { return request.updateNetworkStatus(msgId, networkStatus); });
+}
+
+int msg_consumer_nms_delete_message(int msgId) {
+  if (!has_numbersync(HERE)) return MSG_CONSUMER_ERROR_NOT_SUPPORTED;
+  return command<CMessageSync>(HERE, "IMessageSync::deleteMessage",
+                               [&](IMessageSync& request) { return request.deleteMessage(msgId, true); });
+}
+
+int msg_consumer_nms_delete_message_by_time(int time) {
+  if (!has_numbersync(HERE)) return MSG_CONSUMER_ERROR_NOT_SUPPORTED;
+  return command<CNmsSync>(HERE, "INmsSync::deleteMessagesByTime",
+                           [&](INmsSync& request) { return request.deleteMessagesByTime(time); });
+}
+
+int msg_consumer_nms_send_message(int threadId, const char* recipient, const char* message, int* msgId) {
+  if (!has_numbersync(HERE)) return MSG_CONSUMER_ERROR_NOT_SUPPORTED;
+  if (recipient == nullptr) return refuse(HERE, "[ERROR] Invalid parameter: recipient is nullptr!");
+  if (message == nullptr) return refuse(HERE, "[ERROR] Invalid parameters: message is nullptr!");
+  if (msgId == nullptr) return refuse(HERE, "[ERROR] Invalid parameters: msgId is nullptr!");
+  return command<CNmsSync>(HERE, "INmsSync::sendMessage", [&](INmsSync& request) {
+    return request.sendMessage("sms", threadId, recipient, message, "", msgId);
+  });
+}
+
+int msg_consumer_nms_send_mms(int threadId, const char* recipient, const char* message, const char* filepath,
+                              int* msgId) {
+  if (!has_numbersync(HERE)) return MSG_CONSUMER_ERROR_NOT_SUPPORTED;
+  if (recipient == nullptr) return refuse(HERE, "[ERROR] Invalid parameter: recipient is nullptr!");
+  if (message == nullptr && filepath == nullptr) {
+    return refuse(HERE, "[ERROR] Invalid parameters: message & filepath are nullptr!");
+  }
+  if (msgId == nullptr) return refuse(HERE, "[ERROR] Invalid parameters: msgId is nullptr!");
+  if (!common_util::is_wpc_mode()) {
+    if (const int status = check_mms(HERE, NMS_MMS_REFUSAL); status != 0) return status;
+  }
+  return command<CNmsSync>(HERE, "INmsSync::sendMessage", [&](INmsSync& request) {
+    return request.sendMessage("mms", threadId, recipient, or_empty(message), or_empty(filepath), msgId);
+  });
+}
+
+int msg_consumer_nms_resend_message(int msgId) {
+  if (!has_numbersync(HERE)) return MSG_CONSUMER_ERROR_NOT_SUPPORTED;
+  return command<CNmsSync>(HERE, "INmsSync::resendMessage",
+                           [&](INmsSync& request) { return request.resendMessage(msgId); });
+}
+
+int msg_consumer_nms_download_mms(int msgId) {
+  if (!has_numbersync(HERE)) return MSG_CONSUMER_ERROR_NOT_SUPPORTED;
+  return command<CNmsSync>(HERE, "INmsSync::downloadMms",
+                           [&](INmsSync& request) { return request.downloadMms(msgId); });
+}
+
+int msg_consumer_nms_handle_resetbox() {
+  if (!has_numbersync(HERE)) return MSG_CONSUMER_ERROR_NOT_SUPPORTED;
+  return command<CNmsSync>(HERE, "INmsSync::handleResetBox",
+                           [](INmsSync& request) { return request.handleResetBox(); });
+}
+
+// ---- Network message store: metadata ----
+
+int msg_consumer_nms_add_msg_meta(const msg_nms_msg_meta_data_t* nms_msg_meta) {
+  if (!has_numbersync(HERE)) return MSG_CONSUMER_ERROR_NOT_SUPPORTED;
+  if (nms_msg_meta == nullptr) return refuse(HERE, "[ERROR] Invalid parameter: nms_msg_meta is nullptr!");
+  return command_serialised(
+      HERE, "INmsSync::addNmsMsgMeta", "msg_serialize_nms_msg_meta", msg_serialize_nms_msg_meta, nms_msg_meta,
+      [](INmsSync& request, const char* data, int size) { return request.addNmsMsgMeta(data, size); });
+}
+
+int msg_consumer_nms_update_msg_meta(int msgId, const char* objectId, const msg_nms_msg_meta_data_t* nms_msg_meta) {
+  if (!has_numbersync(HERE)) return MSG_CONSUMER_ERROR_NOT_SUPPORTED;
+  if (nms_msg_meta == nullptr) return refuse(HERE, "[ERROR] Invalid parameter: nms_msg_meta is nullptr!");
+  if (!has_meta_key(HERE, msgId, objectId)) return MSG_CONSUMER_ERROR_INVALID_PARAMETER;
+  return command_serialised(HERE, "INmsSync::updateNmsMsgMeta", "msg_serialize_nms_msg_meta",
+                            msg_serialize_nms_msg_meta, nms_msg_meta,
+                            [&](INmsSync& request, const char* data, int size) {
+                              return request.updateNmsMsgMeta(msgId, or_empty(objectId), data, size);
+                            });
+}
+
+int msg_consumer_nms_delete_msg_meta(int msgId, const char* objectId) {
+  if (!has_numbersync(HERE)) return MSG_CONSUMER_ERROR_NOT_SUPPORTED;
+  if (!has_meta_key(HERE, msgId, objectId)) return MSG_CONSUMER_ERROR_INVALID_PARAMETER;
+  return command<CNmsSync>(HERE, "INmsSync::deleteNmsMsgMeta",
+                           [&](INmsSync& request) { return request.deleteNmsMsgMeta(msgId, or_empty(objectId)); });
+}
+
+int msg_consumer_nms_delete_invalid_msg_meta() {
+  if (!has_numbersync(HERE)) return MSG_CONSUMER_ERROR_NOT_SUPPORTED;
+  return command<CNmsSync>(HERE, "INmsSync::deleteInvalidNmsMsgMetas",
+                           [](INmsSync& request) { return request.deleteInvalidNmsMsgMetas(); });
+}
+
+int msg_consumer_nms_get_msg_meta(int msgId, const char* objectId, msg_nms_msg_meta_data_t* nms_msg_meta) {
+  if (!has_numbersync(HERE)) return MSG_CONSUMER_ERROR_NOT_SUPPORTED;
+  if (nms_msg_meta == nullptr) return refuse(HERE, "[ERROR] Invalid parameter: nms_msg_meta is nullptr!");
+  if (msgId < 1 && objectId == nullptr) {
+    LOG_ERROR(HERE, "[ERROR] Invalid parameter: msgId:[%d] & objectId is nullptr!", msgId);
+    return MSG_CONSUMER_ERROR_INVALID_PARAMETER;
+  }
+  return query_record(
+      HERE, "db_get_nms_msg_meta",
+      [&](NmsMsgMeta& meta) { return db_get_nms_msg_meta(msgId, or_empty(objectId), meta); },
+      __convert_legacy_nms_msg_meta, nms_msg_meta);
+}
+
+int msg_consumer_nms_check_download_required_msg_exist(bool* exist) {
+  if (!has_numbersync(HERE)) return MSG_CONSUMER_ERROR_NOT_SUPPORTED;
+  if (exist == nullptr) return refuse(HERE, "[ERROR] Invalid parameter: exist is nullptr!");
+  return guarded(HERE, [&, site = HERE] {
+    return lookup_status(site, "db_has_download_required_message", db_has_download_required_message(exist));
+  });
+}
+
+int msg_consumer_nms_get_uncorrelated_msg_meta_list(const char* correlationId, int type, int id_type, bool flag,
+                                                    msg_list_handle_t* msg_item_list) {
+  if (!has_numbersync(HERE)) return MSG_CONSUMER_ERROR_NOT_SUPPORTED;
+  if (msg_item_list == nullptr) return refuse(HERE, "[ERROR] Invalid parameter: msg_item_list is nullptr!");
+  if (type != NmsMsgMeta::CORRELATION_MESSAGE && type != NmsMsgMeta::CORRELATION_GROUPCHAT) {
+    LOG_ERROR(HERE, "[ERROR] Invalid parameter: type: (%d)", type);
+    return MSG_CONSUMER_ERROR_INVALID_PARAMETER;
+  }
+  if (id_type < NmsMsgMeta::SEARCH_EXACT || id_type > NmsMsgMeta::SEARCH_CONTAINED) {
+    LOG_ERROR(HERE, "[ERROR] Invalid parameter: id_type: (%d)", id_type);
+    return MSG_CONSUMER_ERROR_INVALID_PARAMETER;
+  }
+  return query_list(
+      HERE, "db_get_uncorrelated_nms_msg_metas",
+      [&](std::vector<NmsMsgMeta>& list) {
+        return db_get_uncorrelated_nms_msg_metas(or_empty(correlationId),
+                                                 static_cast<NmsMsgMeta::CorrelationType>(type),
+                                                 static_cast<NmsMsgMeta::CorrelationIdSearchType>(id_type), flag, list);
+      },
+      __convert_legacy_nms_msg_meta, msg_item_list, WithoutRecord::APPEND);
+}
+
+int msg_consumer_nms_get_sync_required_msg_meta_list(bool flag, msg_list_handle_t* msg_item_list) {
+  if (!has_numbersync(HERE)) return MSG_CONSUMER_ERROR_NOT_SUPPORTED;
+  if (msg_item_list == nullptr) return refuse(HERE, "[ERROR] Invalid parameter: msg_item_list is nullptr!");
+  return query_list(
+      HERE, "db_get_sync_required_nms_msg_metas",
+      [&](std::vector<NmsMsgMeta>& list) { return db_get_sync_required_nms_msg_metas(flag, list); },
+      __convert_legacy_nms_msg_meta, msg_item_list, WithoutRecord::APPEND);
+}
+
+int msg_consumer_nms_get_download_required_msg_meta_list(msg_list_handle_t* msg_item_list) {
+  if (!has_numbersync(HERE)) return MSG_CONSUMER_ERROR_NOT_SUPPORTED;
+  if (msg_item_list == nullptr) return refuse(HERE, "[ERROR] Invalid parameter: msg_item_list is nullptr!");
+  return query_list(HERE, "db_get_download_required_nms_msg_metas", db_get_download_required_nms_msg_metas,
+                    __convert_legacy_nms_msg_meta, msg_item_list, WithoutRecord::APPEND);
+}
+
+// ---- Network message store: subscription and settings ----
+
+int msg_consumer_nms_get_mssi_info(msg_nms_mssi_info_t* mssi_info) {
+  if (!has_numbersync(HERE)) return MSG_CONSUMER_ERROR_NOT_SUPPORTED;
+  if (mssi_info == nullptr) return refuse(HERE, "[ERROR] Invalid parameter: mssi_info is nullptr!");
+  return guarded(HERE, [&, site = HERE] {
+    unsigned long long noti_index = 0;
+    std::string restart_token;
+    const int result = db_get_subscription_info(noti_index, restart_token);
+    if (result == RESULT_OK) {
+      mssi_info->noti_index = noti_index;
+      mssi_info->restart_token = copy(restart_token);
+    }
+    return query_status(site, "db_get_subscription_info", result);
+  });
+}
+
+int msg_consumer_nms_update_mssi_info(const msg_nms_mssi_info_t* mssi_info) {
+  if (!has_numbersync(HERE)) return MSG_CONSUMER_ERROR_NOT_SUPPORTED;
+  if (mssi_info == nullptr) return refuse(HERE, "[ERROR] Invalid parameter: mssi_info is nullptr!");
+  if (mssi_info->restart_token == nullptr) {
+    return refuse(HERE, "[ERROR] Invalid parameter: restart_token is nullptr!");
+  }
+  return command<CNmsSync>(HERE, "INmsSync::updateSubscriptionInfo", [&](INmsSync& request) {
+    return request.updateSubscriptionInfo(mssi_info->noti_index, mssi_info->restart_token);
+  });
+}
+
+int msg_consumer_nms_set_delay_noti_event(int value) {
+  if (!has_numbersync(HERE)) return MSG_CONSUMER_ERROR_NOT_SUPPORTED;
+  if (const int result = preference_set_int(PREFERENCE_DELAY_EVENTS, value); result != 0) {
+    LOG_ERROR(HERE, "[ERROR] preference_set_int() for (%s) failed: (%d) ", PREFERENCE_DELAY_EVENTS, result);
+    return MSG_CONSUMER_ERROR_OPERATION_FAILED;
+  }
+  return MSG_CONSUMER_ERROR_NONE;
 }
 
 // ---- Releases ----
@@ -728,4 +975,10 @@ void msg_consumer_free_nms_content_meta_item(msg_nms_content_meta_t* item) {
   release(item->text_5);
   release(item->text_4);
   release(item);
+}
+
+void msg_consumer_free_nms_mssi_info(msg_nms_mssi_info_t* mssi_info) {
+  if (mssi_info == nullptr) return;
+  release(mssi_info->restart_token);
+  release(mssi_info);
 }

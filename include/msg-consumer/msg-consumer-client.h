@@ -11,10 +11,12 @@
  *
  * Conventions
  * -----------
- * - **Status.** Every function that returns an `int` returns a `msg_consumer_error_e`. Each function's own text names
+ * - **Status.** Every function that returns an `int`, but msg_consumer_copy_content(), returns a
+ *   `msg_consumer_error_e`. Each function's own text names
  *   the codes that need a word; besides them, every change may return
  *   `MSG_CONSUMER_ERROR_IPC_FAILED` (not connected, or no usable reply: the change may or may not have happened),
- *   `MSG_CONSUMER_ERROR_OUT_OF_MEMORY` (also for text that is not UTF-8: nothing was sent),
+ *   `MSG_CONSUMER_ERROR_OUT_OF_MEMORY` (also for text that is not UTF-8, which is not
+ *   sent), `MSG_CONSUMER_ERROR_INVALID_PARAMETER` (also when the service refuses an argument, such as no recipient),
  *   `MSG_CONSUMER_ERROR_NO_DATA` (the service knows no such message or thread) and
  *   `MSG_CONSUMER_ERROR_OPERATION_FAILED` (the service refused, for example because the command does not apply to
  *   the message); every query may return `MSG_CONSUMER_ERROR_NO_DATA` (nothing found),
@@ -22,17 +24,20 @@
  *   read, is damaged, is locked, or has another version; the log says which).
  * - **NULL.** A required pointer that is NULL is refused with `MSG_CONSUMER_ERROR_INVALID_PARAMETER` before anything
  *   is sent or allocated. The release functions accept NULL at every level.
- * - **Outputs** are written on success only. The exception is the message id of the sending functions: it is written
- *   whenever the service replied, whatever the status.
+ * - **Outputs** are written on success only. The exceptions: the message id of the sending functions is written
+ * whenever the service replied, whatever the status; the lists of the network store's metadata take what the store
+ * found even when it answers that there is nothing; msg_consumer_copy_content() says what it leaves behind.
  * - **Ownership.** Arguments stay the caller's. What a query fills is the caller's from then on and is released with
  *   the function that the query names. Records and list handles must come zero-filled from the C heap (`calloc`):
  *   they are released with `free`, and GLib must allocate from the system allocator, as it does since 2.46.
  * - **Encoding.** All texts are UTF-8.
  * - **Ids** are positive. They are never used twice.
- * - **Blocking.** A change blocks for at most five seconds. A query waits at most one second for a lock.
+ * - **Blocking.** A change waits five seconds for its reply, and before that for the bus when it has to connect anew. A
+ *   query waits at most one second for a lock.
  * - **Threads.** The library starts no thread and no main loop. Connect, disconnect, subscribe and make changes from
  *   one thread. Queries may run on any thread. Callbacks run on the thread that iterates the GLib main context which
- *   was the thread-default one when the library connected; without such a loop there are no events.
+ *   was the thread-default one when the library connected, or, after the bus was restarted, that of the thread whose
+ *   change connected anew; without such a loop there are no events.
  */
 
 #include <msg-consumer/msg-consumer-error.h>
@@ -51,7 +56,7 @@ extern "C" {
  */
 
 /**
- * Connects to the service and opens the message store. Connecting again while connected succeeds and changes nothing.
+ * Connects to the service and opens the message store. Connecting again keeps the connection.
  *
  * When the service is not ready it is asked to start, and the function returns `MSG_CONSUMER_ERROR_OPERATION_FAILED`
  * at once: call again a little later. The same code stands for a readiness preference that cannot be read.
@@ -239,9 +244,127 @@ int msg_consumer_get_thread_id_by_address(const char* address, int* thread_id);
 
 /**
  * @}
+ * @name Network message store: messages
+ * On behalf of the network message store. Each of these functions, and of those on metadata and subscription below,
+ * first returns `MSG_CONSUMER_ERROR_NOT_SUPPORTED` where number sync is not supported.
+ * @{
+ */
+
+/**
+ * Adds a message that came from the network store. The record stays the caller's; ids in it are not used, and a thread
+ * id of 0 means the thread of its addresses. `MSG_CONSUMER_ERROR_OPERATION_FAILED` also stands for a record that cannot
+ * be serialised, for example because a text is not UTF-8.
+ */
+int msg_consumer_nms_add_message(const msg_message_item_t* msg_item);
+
+/** Marks a message read. */
+int msg_consumer_nms_read_message(int msgId);
+
+/** Reads a message's sub-type (0 plain, 1 MMS notification, 2 report, 3 blocked) and its network status. */
+int msg_consumer_nms_get_message_network_status(int msgId, int* subType, int* networkStatus);
+
+/** Sets a message's network status, a number that is passed through. */
+int msg_consumer_nms_update_message_network_status(int msgId, int networkStatus);
+
+/** Deletes a message. A locked one is refused with `MSG_CONSUMER_ERROR_OPERATION_FAILED`. */
+int msg_consumer_nms_delete_message(int msgId);
+
+/** Deletes the unlocked messages older than `time`, in seconds since 1970. */
+int msg_consumer_nms_delete_message_by_time(int time);
+
+/** Sends a text message, as msg_consumer_send_message() does. */
+int msg_consumer_nms_send_message(int threadId, const char* recipient, const char* message, int* msgId);
+
+/**
+ * Sends a multimedia message, as msg_consumer_send_mms() does. Where the device sends MMS without asking (WPC mode),
+ * the platform is not asked whether it may.
+ */
+int msg_consumer_nms_send_mms(int threadId, const char* recipient, const char* message, const char* filepath,
+                              int* msgId);
+
+/** Sends a failed message again, or a draft. */
+int msg_consumer_nms_resend_message(int msgId);
+
+/** Starts fetching the content of an MMS. */
+int msg_consumer_nms_download_mms(int msgId);
+
+/** Drops all metadata and the subscription after a reset of the network mailbox. Messages stay. */
+int msg_consumer_nms_handle_resetbox(void);
+
+/**
+ * @}
+ * @name Network message store: metadata
+ * A record is found by its message id, its object id, or both; one of the two must be given (`msgId` at least 1, or
+ * `objectId` not NULL).
+ * @{
+ */
+
+/** Adds the metadata of a message. */
+int msg_consumer_nms_add_msg_meta(const msg_nms_msg_meta_data_t* nms_msg_meta);
+
+/** Replaces metadata. */
+int msg_consumer_nms_update_msg_meta(int msgId, const char* objectId, const msg_nms_msg_meta_data_t* nms_msg_meta);
+
+/** Deletes metadata. */
+int msg_consumer_nms_delete_msg_meta(int msgId, const char* objectId);
+
+/** Deletes all metadata whose message is gone, or which has neither message nor object id. */
+int msg_consumer_nms_delete_invalid_msg_meta(void);
+
+/**
+ * Reads metadata into the caller's record, whose earlier strings are not released;
+ * msg_consumer_free_nms_msg_meta_item() releases the record with them.
+ */
+int msg_consumer_nms_get_msg_meta(int msgId, const char* objectId, msg_nms_msg_meta_data_t* nms_msg_meta);
+
+/** Tells whether any message still needs a download. */
+int msg_consumer_nms_check_download_required_msg_exist(bool* exist);
+
+/**
+ * Appends the metadata that is not correlated with a local message to a list, as `msg_nms_msg_meta_data_t`; release
+ * with msg_consumer_free_nms_msg_meta_list().
+ *
+ * @param correlationId  the correlation id to look for, NULL like an empty one
+ * @param type           0 SMS and MMS, 1 group chat
+ * @param id_type        how the id is compared: 0 exactly, 1 as a prefix, 2 as a part
+ * @param flag           whether records that are marked deleted are included
+ * @param msg_item_list  the list
+ */
+int msg_consumer_nms_get_uncorrelated_msg_meta_list(const char* correlationId, int type, int id_type, bool flag,
+                                                    msg_list_handle_t* msg_item_list);
+
+/** Appends the metadata that still needs a sync; `flag` and the release are as above. */
+int msg_consumer_nms_get_sync_required_msg_meta_list(bool flag, msg_list_handle_t* msg_item_list);
+
+/** Appends the metadata whose message still needs a download; the release is as above. */
+int msg_consumer_nms_get_download_required_msg_meta_list(msg_list_handle_t* msg_item_list);
+
+/**
+ * @}
+ * @name Network message store: subscription and settings
+ * @{
+ */
+
+/**
+ * Reads the subscription info into the caller's record, whose earlier token is not released;
+ * msg_consumer_free_nms_mssi_info() releases the record with it.
+ */
+int msg_consumer_nms_get_mssi_info(msg_nms_mssi_info_t* mssi_info);
+
+/** Stores the subscription info. The token may be empty but not NULL. */
+int msg_consumer_nms_update_mssi_info(const msg_nms_mssi_info_t* mssi_info);
+
+/**
+ * Writes the preference that asks for delayed notification events; any number is accepted.
+ * `MSG_CONSUMER_ERROR_OPERATION_FAILED`: it could not be written.
+ */
+int msg_consumer_nms_set_delay_noti_event(int value);
+
+/**
+ * @}
  * @name Releasing what queries filled
  * Each takes the address of the caller's pointer and sets that pointer to NULL, except
- * msg_consumer_free_content_item() and the two for single records of the network store.
+ * msg_consumer_free_content_item() and those for single records of the network store.
  * @{
  */
 
@@ -288,6 +411,9 @@ void msg_consumer_free_nms_msg_meta_list(msg_list_handle_t** list);
 
 /** Releases a part's metadata of the network store; the caller's pointer is not cleared. */
 void msg_consumer_free_nms_content_meta_item(msg_nms_content_meta_t* item);
+
+/** Releases subscription info, the record included; the caller's pointer is not cleared. */
+void msg_consumer_free_nms_mssi_info(msg_nms_mssi_info_t* mssi_info);
 
 /** @} */
 

@@ -4,7 +4,8 @@
 
 /**
  * @file
- * Status codes of the C API. Every function that returns an `int` returns one of these.
+ * Status codes of the C API. Every function that returns an `int` returns one of these, but
+ * msg_consumer_copy_content().
  */
 
 #ifdef __cplusplus
@@ -20,7 +21,7 @@ typedef enum {
   MSG_CONSUMER_ERROR_OUT_OF_MEMORY = -2,
   /** No connection, the connection could not be reopened, or no usable reply within five seconds. */
   MSG_CONSUMER_ERROR_IPC_FAILED = -4,
-  /** There is no such record. Nothing is logged for it. */
+  /** There is no such record. A query logs nothing for it. */
   MSG_CONSUMER_ERROR_NO_DATA = -9,
   /** A required argument is NULL, empty or out of range. */
   MSG_CONSUMER_ERROR_INVALID_PARAMETER = -11,

@@ -32,8 +32,8 @@ typedef enum {
  * @param user_data  the pointer given when subscribing.
  *
  * It runs on the thread that iterates the GLib main context which was the thread-default one when the library
- * connected. It may subscribe and unsubscribe: a callback that was unsubscribed is not called again, and one
- * that was added is first called for the next event.
+ * connected. It must not throw. It may subscribe and unsubscribe: a callback that was unsubscribed is not called again,
+ * and one that was added is first called for the next event.
  */
 typedef void (*msg_consumer_event_cb)(const char* data, void* user_data);
 

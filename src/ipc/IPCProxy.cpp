@@ -4,12 +4,15 @@
 #include <algorithm>
 #include <array>
 #include <cstdlib>
+#include <iterator>
 #include <new>
 #include <string_view>
 
 #include <msg-consumer-platform/logging.hpp>
 #include <msg-consumer-platform/releaser.hpp>
 
+#include "GLibOwners.hpp"
+#include "Results.hpp"
 #include "ServiceNames.hpp"
 
 namespace msg_consumer {
@@ -17,10 +20,6 @@ namespace msg_consumer {
 namespace {
 
 constexpr int CALL_TIMEOUT_MS = 5000;
-
-constexpr int RESULT_FAILED = -1;
-constexpr int RESULT_INVALID_PARAMETER = -3;
-constexpr int RESULT_IPC_FAILED = -4;
 
 struct Signal {
   const char* name;
@@ -35,11 +34,7 @@ constexpr std::array<Signal, 4> SIGNALS = {{
     {"store_message_result", EVENT_STORE_MESSAGE_RESULT},
 }};
 
-using ErrorPtr = Owned<GError, g_error_free>;
-using StringPtr = Owned<char, g_free>;
-using VariantPtr = Owned<GVariant, g_variant_unref>;
-
-const char* text_of(const ErrorPtr& error) { return error ? error->message : "no reason given"; }
+const char* text_of(const Error& error) { return error ? error->message : "no reason given"; }
 
 /// The shared connection to the system bus, or one of our own: GLib goes on handing out a shared connection that the
 /// bus has closed for as long as anybody holds it.
@@ -47,7 +42,7 @@ GDBusConnection* open_system_bus(GError** error) {
   using ConnectionPtr = Owned<GDBusConnection, g_object_unref>;
   ConnectionPtr connection(g_bus_get_sync(G_BUS_TYPE_SYSTEM, nullptr, error));
   if (connection && g_dbus_connection_is_closed(connection.get())) {
-    const StringPtr address(g_dbus_address_get_for_bus_sync(G_BUS_TYPE_SYSTEM, nullptr, error));
+    const String address(g_dbus_address_get_for_bus_sync(G_BUS_TYPE_SYSTEM, nullptr, error));
     if (!address) return nullptr;
     constexpr auto FLAGS = static_cast<GDBusConnectionFlags>(G_DBUS_CONNECTION_FLAGS_AUTHENTICATION_CLIENT |
                                                              G_DBUS_CONNECTION_FLAGS_MESSAGE_BUS_CONNECTION);
@@ -58,9 +53,9 @@ GDBusConnection* open_system_bus(GError** error) {
   return connection.release();
 }
 
-/// The instance that the exit handler destroyed. `_instance` goes on pointing there, and whoever still calls during
-/// the process's end must not be handed it.
-const IPCProxy* destroyed_instance = nullptr;
+/// Whether the exit handler has destroyed the instance. `_instance` goes on pointing there, and whoever still calls
+/// during the process's end must not be handed it.
+bool is_destroyed = false;
 
 }  // namespace
 
@@ -69,14 +64,15 @@ IPCProxy* IPCProxy::_instance = nullptr;
 IPCProxy* IPCProxy::getInstance() {
   if (_instance == nullptr) {
     _instance = new (std::nothrow) IPCProxy;  // NOLINT(cppcoreguidelines-owning-memory): owned by the exit handler
+    is_destroyed = false;
     if (_instance != nullptr && std::atexit(_onDestroy) != 0) LOG_ERROR(HERE, "[ERROR] atexit() failed!");
   }
-  return _instance == destroyed_instance ? nullptr : _instance;
+  return is_destroyed ? nullptr : _instance;
 }
 
 void IPCProxy::_onDestroy() {
-  if (_instance == nullptr || _instance == destroyed_instance) return;
-  destroyed_instance = _instance;
+  if (_instance == nullptr || is_destroyed) return;
+  is_destroyed = true;
   delete _instance;  // NOLINT(cppcoreguidelines-owning-memory)
 }
 
@@ -106,10 +102,10 @@ int IPCProxy::callSync(const std::string& method, GVariant* params, int* out) {
   }
 
   GError* failure = nullptr;
-  const VariantPtr reply(g_dbus_connection_call_sync(_connection.get(), SERVICE_BUS_NAME, SERVICE_OBJECT_PATH,
-                                                     SERVICE_INTERFACE, method.c_str(), params, nullptr,
-                                                     G_DBUS_CALL_FLAGS_NONE, CALL_TIMEOUT_MS, nullptr, &failure));
-  if (const ErrorPtr error(failure); error) {
+  const Variant reply(g_dbus_connection_call_sync(_connection.get(), SERVICE_BUS_NAME, SERVICE_OBJECT_PATH,
+                                                  SERVICE_INTERFACE, method.c_str(), params, nullptr,
+                                                  G_DBUS_CALL_FLAGS_NONE, CALL_TIMEOUT_MS, nullptr, &failure));
+  if (const Error error(failure); error) {
     LOG_ERROR(HERE, "[ERROR] method:(%s), error:(%s)", method.c_str(), error->message);
   }
   if (!reply) return RESULT_IPC_FAILED;
@@ -133,7 +129,7 @@ int IPCProxy::callSync(const std::string& method, GVariant* params, int* out) {
 int IPCProxy::subscribe(EventType type, EventCallback cb, void* user_data) {
   if (cb == nullptr) {
     LOG_ERROR(HERE, "[ERROR] Invalid param: cb is nullptr!");
-    return RESULT_INVALID_PARAMETER;
+    return RESULT_INVALID_ARGUMENT;
   }
   const auto is_same = [&](const auto& event) { return event->type == type && event->callback == cb; };
   if (std::any_of(_events.begin(), _events.end(), is_same)) {
@@ -141,7 +137,7 @@ int IPCProxy::subscribe(EventType type, EventCallback cb, void* user_data) {
              reinterpret_cast<void*>(cb));
     return 0;
   }
-  const auto& event = _events.emplace_back(std::make_unique<EventData>(EventData{type, cb, user_data}));
+  const auto& event = _events.emplace_back(std::make_shared<EventData>(EventData{type, cb, user_data}));
   LOG_INFO(HERE, "Event:(%p) subscribed! (type:%d, cb:%p)", static_cast<void*>(event.get()), type,
            reinterpret_cast<void*>(cb));
   return 0;
@@ -165,7 +161,7 @@ int IPCProxy::_openConnection() {
   }
   GError* failure = nullptr;
   ConnectionPtr connection(open_system_bus(&failure));
-  const ErrorPtr error(failure);
+  const Error error(failure);
   if (error || !connection) {
     LOG_ERROR(HERE, "[ERROR] g_bus_get_sync() failed: (%s)", text_of(error));
     return RESULT_IPC_FAILED;
@@ -228,7 +224,7 @@ void IPCProxy::_signalHandler(GDBusConnection* /*connection*/, const char* /*sen
   }
   char* unpacked = nullptr;
   g_variant_get(parameters, "(s)", &unpacked);
-  const StringPtr data(unpacked);
+  const String data(unpacked);
   const auto* const signal = std::find_if(SIGNALS.begin(), SIGNALS.end(), [&](const Signal& candidate) {
     return std::string_view(candidate.name) == signal_name;
   });
@@ -236,27 +232,29 @@ void IPCProxy::_signalHandler(GDBusConnection* /*connection*/, const char* /*sen
     LOG_ERROR(HERE, "[ERROR] Invalid signal name: (%s)", signal_name);
     return;
   }
+  static_cast<IPCProxy*>(user_data)->_dispatch(signal->type, data.get());
+}
+
+std::vector<std::shared_ptr<IPCProxy::EventData>> IPCProxy::_eventsOf(EventType type) const {
+  std::vector<std::shared_ptr<EventData>> events;
+  std::copy_if(_events.begin(), _events.end(), std::back_inserter(events),
+               [&](const auto& event) { return event->type == type; });
+  return events;
+}
+
+void IPCProxy::_dispatch(EventType type, const char* data) {
+  std::vector<std::shared_ptr<EventData>> due;
   try {
-    static_cast<IPCProxy*>(user_data)->_dispatch(signal->type, data.get());
+    due = _eventsOf(type);
   } catch (const std::bad_alloc&) {
     // GLib's main loop is no place for an exception.
     LOG_ERROR(HERE, "[ERROR] Failed to allocate memory!");
   }
-}
-
-void IPCProxy::_dispatch(EventType type, const char* data) {
-  // A callback may subscribe, unsubscribe or disconnect, so the walk is over a copy, and what has been taken out of
-  // the list meanwhile is passed over.
-  std::vector<const EventData*> due;
-  for (const auto& event : _events) {
-    if (event->type == type) due.push_back(event.get());
-  }
-  for (const EventData* candidate : due) {
-    const auto still_there =
-        std::find_if(_events.begin(), _events.end(), [&](const auto& event) { return event.get() == candidate; });
-    if (still_there == _events.end()) continue;
-    const EventCallback callback = candidate->callback;
-    callback(data, candidate->user_data);
+  // A callback may subscribe, unsubscribe or disconnect. The walk is over a copy, which keeps the records and so their
+  // addresses; what has been taken out of the list meanwhile is passed over.
+  for (const auto& event : due) {
+    if (std::find(_events.begin(), _events.end(), event) == _events.end()) continue;
+    event->callback(data, event->user_data);
   }
 }
 

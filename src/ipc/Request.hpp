@@ -10,16 +10,12 @@
 
 #include <msg-consumer-common/MsgIPC.h>
 #include <msg-consumer/ipc/IPCProxy.h>
+
 #include <msg-consumer-platform/logging.hpp>
-#include <msg-consumer-platform/releaser.hpp>
+#include "GLibOwners.hpp"
+#include "Results.hpp"
 
 namespace msg_consumer {
-
-inline constexpr int RESULT_NO_RESOURCE = -2;
-inline constexpr int RESULT_UNKNOWN_COMMAND = -3;
-
-/// An owned (not floating) value.
-using Variant = Owned<GVariant, g_variant_unref>;
 
 inline Variant own(GVariant* floating) { return Variant(floating != nullptr ? g_variant_ref_sink(floating) : nullptr); }
 
@@ -85,7 +81,7 @@ int with_method(const CallSite& site, const LookupTexts& texts, MsgIPC::IpcComma
   const std::string method = proxy->getCmdString(command);
   if (method.empty()) {
     LOG_ERROR(site, "%s", texts.name_failed);
-    return RESULT_UNKNOWN_COMMAND;
+    return RESULT_INVALID_ARGUMENT;
   }
   return send(*proxy, method);
 }
@@ -97,7 +93,7 @@ int request_built(const CallSite& site, const LookupTexts& texts, MsgIPC::IpcCom
     const std::string format = proxy.getCmdStruct(command);
     if (format.empty()) {
       LOG_ERROR(site, "%s", texts.format_failed);
-      return RESULT_UNKNOWN_COMMAND;
+      return RESULT_INVALID_ARGUMENT;
     }
     // The reference is ours, so that nothing leaks where the call leaves the tuple alone.
     const Variant params = build(format);

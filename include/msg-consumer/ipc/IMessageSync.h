@@ -10,7 +10,7 @@ namespace msg_consumer {
 
 /// Changes to messages, each one blocking call to the service.
 ///
-/// Common to all request interfaces: an operation checks nothing, blocks for at most five seconds and returns 0,
+/// Common to all request interfaces: an operation checks nothing, waits five seconds for the reply and returns 0,
 /// the service's own status, or -2 (no proxy, or the arguments could not be packed: text that is not UTF-8),
 /// -3 (the catalogue does not know the command), -4 (not connected, reconnecting failed, or no usable reply).
 /// Strings must not contain NUL. The order of the virtual functions is part of the binary interface.

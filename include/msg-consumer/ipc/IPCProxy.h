@@ -20,7 +20,8 @@ namespace msg_consumer {
 ///
 /// Nothing here is locked. Connect once, before several threads use it; connecting, disconnecting, subscribing and
 /// calling at the same time is not safe. Callbacks run on the thread that iterates the main context which was the
-/// thread-default one at `connect`.
+/// thread-default one at `connect`, or, once a call has reopened the connection, the calling thread's at that call. A
+/// callback must not throw.
 class IPCProxy : public MsgIPC {
  public:
   using EventCallback = void (*)(const char* data, void* user_data);
@@ -40,8 +41,8 @@ class IPCProxy : public MsgIPC {
   /// Drops all callbacks and closes the connection. Returns 0, also when it is not connected.
   int disconnect();
 
-  /// Makes one blocking call, for at most five seconds, and returns the service's status, or -4 when there is no
-  /// connection, reconnecting failed or no usable reply came.
+  /// Makes one blocking call, which is given five seconds, reopens the connection before it if the bus has closed it,
+  /// and returns the service's status, or -4 when there is no connection, reconnecting failed or no usable reply came.
   ///
   /// A floating `params` is consumed, except where there is no connection at all: then it is left untouched. With
   /// `out` the reply must be "(ii)" and its first number goes there, whatever the status; without, it must be "(i)".
@@ -68,6 +69,7 @@ class IPCProxy : public MsgIPC {
   int _openConnection();
   int _closeConnection();
   int _checkAndReopenConnection();
+  std::vector<std::shared_ptr<EventData>> _eventsOf(EventType type) const;
   void _dispatch(EventType type, const char* data);
 
   static void _onDestroy();
@@ -77,7 +79,8 @@ class IPCProxy : public MsgIPC {
 
   ConnectionPtr _connection;
   std::vector<unsigned int> _subscriptionIds;
-  std::vector<std::unique_ptr<EventData>> _events;
+  // Shared with the dispatch that walks over them.
+  std::vector<std::shared_ptr<EventData>> _events;
 
   static IPCProxy* _instance;
 };

@@ -6,7 +6,7 @@ namespace msg_consumer::common_util {
 
 #pragma GCC visibility push(default)
 
-// Both are read from the preferences at the first use and do not change during the process's life.
+// Both are read from the preferences at the first use and do not change during the process's life. Neither throws.
 
 /// Whether the device keeps metadata of the network message store with its messages.
 bool is_numbersync_supported();

@@ -1,7 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include <functional>
-
-#include "client-test.hpp"
+#include "command-test.hpp"
 
 #include <msg-consumer/msg-consumer-client.h>
 
@@ -10,74 +8,6 @@ using testing::IsEmpty;
 using testing::SizeIs;
 
 namespace {
-
-int id_out = 0;
-
-/// One function of the C API with good arguments, the request it makes, and the words in which it fails.
-struct CommandRow {
-  const char* name;
-  std::function<int()> run;
-  const char* function;
-  const char* method;
-  const char* params;
-  const char* operation;  ///< as the failure line names it
-  bool has_id = false;
-};
-
-void PrintTo(const CommandRow& row, std::ostream* out) { *out << row.name; }
-
-class Command : public ClientTest, public testing::WithParamInterface<CommandRow> {};
-
-TEST_P(Command, MakesItsRequestAndMapsEveryResult) {
-  for (const auto& [result, status] : STATUSES) {
-    SCOPED_TRACE(result);
-    connect();
-    id_out = -7;
-    if (GetParam().has_id) {
-      fake::gio().reply_id_and_status(41, result);
-    } else {
-      fake::gio().reply_status(result);
-    }
-    EXPECT_EQ(GetParam().run(), status);
-    ASSERT_THAT(fake::gio().calls, SizeIs(1));
-    EXPECT_EQ(fake::gio().calls[0].method, GetParam().method);
-    EXPECT_EQ(fake::gio().calls[0].params, GetParam().params);
-    EXPECT_EQ(id_out, GetParam().has_id ? 41 : -7);
-    if (result == 0) {
-      EXPECT_THAT(errors(), IsEmpty());
-    } else {
-      EXPECT_THAT(errors(), SizeIs(1));
-      expect_line(6, std::string(GetParam().operation) + "() failed: (" + std::to_string(result) + ")",
-                  "msg-consumer-client.cpp", GetParam().function);
-    }
-    msg_consumer_disconnect();
-    fake::gio().reset();
-  }
-}
-
-TEST_P(Command, FailsWithoutAConnection) {
-  id_out = -7;
-  EXPECT_EQ(GetParam().run(), -4);
-  EXPECT_EQ(id_out, -7);
-  expect_line(6, std::string(GetParam().operation) + "() failed: (-4)", "msg-consumer-client.cpp", GetParam().function);
-}
-
-TEST_P(Command, FailsWhenItsRequestObjectCannotBeAllocated) {
-  connect();
-  fake::allocator().nothrow_new_fails = true;
-  EXPECT_EQ(GetParam().run(), -2);
-  fake::allocator().nothrow_new_fails = false;
-  EXPECT_THAT(errors(), SizeIs(1));
-  expect_line(6, "[ERROR] Failed to allocate memory!", "msg-consumer-client.cpp", GetParam().function);
-  EXPECT_THAT(fake::gio().calls, IsEmpty());
-}
-
-TEST_P(Command, MakesOneRequestObject) {
-  connect();
-  fake::allocator().reset();
-  GetParam().run();
-  EXPECT_EQ(fake::allocator().nothrow_news, 1);
-}
 
 INSTANTIATE_TEST_SUITE_P(
     Message, Command,
@@ -160,33 +90,6 @@ INSTANTIATE_TEST_SUITE_P(
                    "msg_consumer_send_change_sms_application_request", "send_change_sms_application_request",
                    "(false,)", "IRequestSync::reqChangeDefaultSmsApplication"}),
     [](const auto& row) { return row.param.name; });
-
-/// A call with a bad argument and the line that refuses it.
-struct RefusalRow {
-  const char* name;
-  std::function<int()> run;
-  const char* function;
-  const char* error;
-};
-
-void PrintTo(const RefusalRow& row, std::ostream* out) { *out << row.name; }
-
-class Refusal : public ClientTest, public testing::WithParamInterface<RefusalRow> {};
-
-TEST_P(Refusal, ComesBeforeAnythingIsAllocatedReadOrSent) {
-  connect();
-  fake::allocator().reset();
-  id_out = -7;
-  EXPECT_EQ(GetParam().run(), -11);
-  EXPECT_THAT(errors(), SizeIs(1));
-  expect_line(6, GetParam().error, "msg-consumer-client.cpp", GetParam().function);
-  EXPECT_EQ(fake::allocator().nothrow_news, 0);
-  EXPECT_EQ(fake::allocator().malloc0s, 0);
-  EXPECT_THAT(fake::gio().calls, IsEmpty());
-  EXPECT_THAT(fake::store().calls, IsEmpty());
-  EXPECT_THAT(fake::platform().calls, IsEmpty());
-  EXPECT_EQ(id_out, -7);
-}
 
 INSTANTIATE_TEST_SUITE_P(
     SendMessage, Refusal,

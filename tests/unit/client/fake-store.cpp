@@ -1,11 +1,12 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "fake-store.hpp"
 
-#include <algorithm>
 #include <array>
+#include <cstring>
 
 #include <msg-consumer-common/MsgIPC.h>
 #include <msg-consumer-common/common_util.h>
+#include <msg-consumer-common/msg-serialize.h>
 
 namespace fake {
 
@@ -158,6 +159,55 @@ int db_get_sending_msg_content_info(int msgId, Content& content) {
   return answer(call_of("db_get_sending_msg_content_info", msgId));
 }
 
+int db_get_nms_msg_meta(int msgId, const std::string& objectId, NmsMsgMeta& meta) {
+  fill(meta, store().metas);
+  return answer("db_get_nms_msg_meta(" + std::to_string(msgId) + ", '" + objectId + "')");
+}
+
+int db_get_uncorrelated_nms_msg_metas(const std::string& correlationId, NmsMsgMeta::CorrelationType type,
+                                      NmsMsgMeta::CorrelationIdSearchType idType, bool includeDeleted,
+                                      std::vector<NmsMsgMeta>& list) {
+  fill(list, store().metas);
+  return answer("db_get_uncorrelated_nms_msg_metas('" + correlationId + "', " + std::to_string(type) + ", " +
+                std::to_string(idType) + ", " + (includeDeleted ? "true" : "false") + ")");
+}
+
+int db_get_sync_required_nms_msg_metas(bool includeDeleted, std::vector<NmsMsgMeta>& list) {
+  fill(list, store().metas);
+  return answer(std::string("db_get_sync_required_nms_msg_metas(") + (includeDeleted ? "true" : "false") + ")");
+}
+
+int db_get_download_required_nms_msg_metas(std::vector<NmsMsgMeta>& list) {
+  fill(list, store().metas);
+  return answer("db_get_download_required_nms_msg_metas");
+}
+
+int db_get_subscription_info(unsigned long long& notiIndex, std::string& restartToken) {
+  notiIndex = store().noti_index;
+  restartToken = store().restart_token;
+  return answer("db_get_subscription_info");
+}
+
+int db_has_download_required_message(bool* exist) {
+  *exist = true;
+  return answer("db_has_download_required_message");
+}
+
 }  // namespace db
 
 }  // namespace msg_consumer
+
+namespace {
+
+int serialise(const void* record, char** out) {
+  store().serialised_records.push_back(record);
+  if (store().serialised.empty()) return 0;
+  *out = strdup(store().serialised.c_str());
+  return static_cast<int>(store().serialised.size());
+}
+
+}  // namespace
+
+int msg_serialize_message(const msg_message_item_t* message, char** out) { return serialise(message, out); }
+
+int msg_serialize_nms_msg_meta(const msg_nms_msg_meta_data_t* meta, char** out) { return serialise(meta, out); }

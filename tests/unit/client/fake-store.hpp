@@ -3,7 +3,7 @@
 #define MSG_CONSUMER_TESTS_UNIT_CLIENT_FAKE_STORE_HPP
 
 // The store's queries and tests as this executable defines them in the store library's place. Each query notes its
-// call, fills its output from the records given here whatever the result, and returns `result`.
+// call, fills its output from what is given here whatever the result, and returns `result`.
 
 #include <string>
 #include <vector>
@@ -26,12 +26,17 @@ struct Store {
   std::vector<msg_consumer::Conversation> conversations;
   std::vector<msg_consumer::Address> addresses;
   std::vector<msg_consumer::Content> contents;
+  std::vector<msg_consumer::NmsMsgMeta> metas;
+  unsigned long long noti_index = 0;
+  std::string restart_token;
+  std::string serialised = "serialised";  ///< what both serialisers make; empty when they fail
 
   // What a test reads: every call in order, for example "db_get_message(7)".
   std::vector<std::string> calls;
   msg_consumer::ListCondition condition;         ///< of the last message list
   std::vector<msg_consumer::Address> looked_up;  ///< by the last look-up of a thread
   int numbersync_asked = 0;
+  std::vector<const void*> serialised_records;
 
   void reset() { *this = Store(); }
 };

@@ -1,9 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
-#include <cstdlib>
 #include <functional>
-#include <memory>
 
-#include "client-test.hpp"
+#include "query-test.hpp"
 
 #include <msg-consumer/msg-consumer-client.h>
 
@@ -12,94 +10,6 @@ using testing::IsEmpty;
 using testing::SizeIs;
 
 namespace {
-
-/// A list handle as an application makes one, released with its list function.
-class List {
- public:
-  explicit List(void (*release)(msg_list_handle_t**))
-      : _handle(static_cast<msg_list_handle_t*>(std::calloc(1, sizeof(msg_list_handle_t)))), _release(release) {}
-  ~List() { _release(&_handle); }
-  List(const List&) = delete;
-  List& operator=(const List&) = delete;
-
-  msg_list_handle_t* handle() { return _handle; }
-  std::size_t size() const { return g_slist_length(_handle->list); }
-  template <typename Record>
-  Record* at(unsigned int index) {
-    return static_cast<Record*>(g_slist_nth_data(_handle->list, index));
-  }
-
- private:
-  msg_list_handle_t* _handle;
-  void (*_release)(msg_list_handle_t**);
-};
-
-/// One query of the C API with good arguments. `run` returns the status and says how many records came out.
-struct QueryRow {
-  const char* name;
-  std::function<int(std::size_t& count)> run;
-  const char* function;
-  const char* query;  ///< as the failure line names it
-  const char* call;   ///< with its argument
-};
-
-void PrintTo(const QueryRow& row, std::ostream* out) { *out << row.name; }
-
-class Query : public ClientTest, public testing::WithParamInterface<QueryRow> {
- protected:
-  Query() {
-    // Two of each: a query of a single record takes the first.
-    fake::store().messages.resize(2);
-    fake::store().threads.resize(2);
-    fake::store().conversations.resize(2);
-    fake::store().addresses.resize(2);
-    for (int i = 0; i < 2; ++i) {
-      fake::store().messages[i].id = i + 1;
-      fake::store().threads[i].id = i + 1;
-      fake::store().conversations[i].id = i + 1;
-      fake::store().addresses[i].num_a = i + 1;
-    }
-  }
-};
-
-TEST_P(Query, AsksTheStoreAndMapsEveryResult) {
-  for (const auto& [result, status] : STATUSES) {
-    SCOPED_TRACE(result);
-    LogCapture::instance().clear();
-    fake::store().calls.clear();
-    fake::store().result = result;
-    std::size_t count = 0;
-    EXPECT_EQ(GetParam().run(count), status);
-    EXPECT_THAT(fake::store().calls, ElementsAre(GetParam().call));
-    EXPECT_EQ(count != 0, result == 0) << "nothing is converted after a failure, though the store filled its output";
-    if (result == 0 || result == -1101) {
-      EXPECT_THAT(errors(), IsEmpty());
-    } else {
-      EXPECT_THAT(errors(), SizeIs(1));
-      expect_line(6, "[ERROR] " + std::string(GetParam().query) + "() failed: (" + std::to_string(result) + ")",
-                  "msg-consumer-client.cpp", GetParam().function);
-    }
-  }
-  EXPECT_THAT(fake::gio().calls, IsEmpty());
-  EXPECT_EQ(fake::gio().shared_connections, 0) << "reading needs no connection";
-}
-
-template <typename Record, typename Read>
-int read_one(std::size_t& count, Read read, void (*release)(Record**), int Record::*id) {
-  auto* record = static_cast<Record*>(std::calloc(1, sizeof(Record)));
-  const int status = read(record);
-  count = record->*id != 0 ? 1 : 0;
-  release(&record);
-  return status;
-}
-
-template <typename Read>
-int read_list(std::size_t& count, Read read, void (*release)(msg_list_handle_t**)) {
-  List list(release);
-  const int status = read(list.handle());
-  count = list.size();
-  return status;
-}
 
 msg_list_condition_t every_message() { return {}; }
 
@@ -158,26 +68,6 @@ INSTANTIATE_TEST_SUITE_P(
                  },
                  "msg_consumer_get_message_list", "db_get_message_list", "db_get_message_list"}),
     [](const auto& row) { return row.param.name; });
-
-/// A query with a missing argument and the line that refuses it.
-struct MissingRow {
-  const char* name;
-  std::function<int()> run;
-  const char* function;
-  const char* error;
-};
-
-void PrintTo(const MissingRow& row, std::ostream* out) { *out << row.name; }
-
-class MissingOutput : public ClientTest, public testing::WithParamInterface<MissingRow> {};
-
-TEST_P(MissingOutput, IsRefusedBeforeTheStoreIsTouched) {
-  EXPECT_EQ(GetParam().run(), -11);
-  EXPECT_THAT(errors(), SizeIs(1));
-  expect_line(6, GetParam().error, "msg-consumer-client.cpp", GetParam().function);
-  EXPECT_THAT(fake::store().calls, IsEmpty());
-  EXPECT_EQ(fake::allocator().malloc0s, 0);
-}
 
 INSTANTIATE_TEST_SUITE_P(
     Queries, MissingOutput,

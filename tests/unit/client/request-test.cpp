@@ -46,7 +46,7 @@ TEST_P(Request, StopsAtACommandWithoutAName) {
   fake::store().catalogue_has_formats = false;
   EXPECT_EQ(GetParam().run(), -3);
   expect_line(6, GetParam().name_failed, GetParam().file, GetParam().function);
-  expect_traces(1);
+  expect_entry_trace();
   EXPECT_THAT(errors(), SizeIs(1));
   EXPECT_THAT(fake::gio().calls, IsEmpty());
 }
@@ -57,7 +57,7 @@ TEST_P(Request, StopsAtACommandWithoutAFormat) {
   fake::store().catalogue_has_formats = false;
   EXPECT_EQ(GetParam().run(), -3);
   expect_line(6, GetParam().format_failed, GetParam().file, GetParam().function);
-  expect_traces(1);
+  expect_entry_trace();
   EXPECT_THAT(errors(), SizeIs(1));
   EXPECT_THAT(fake::gio().calls, IsEmpty());
 }
@@ -85,7 +85,7 @@ TEST_P(Request, AnswersThatThereIsNoProxyWhenNoneCanBeMade) {
         const int result = GetParam().run();
         fake::allocator().nothrow_new_fails = false;
         expect_line(6, "[ERROR] IPCProxy::getInstance() failed!", GetParam().file, GetParam().function);
-        expect_traces(1);
+        expect_entry_trace();
         std::exit(result == -2 && !HasFailure() ? 0 : 1);
       },
       testing::ExitedWithCode(0), "");

@@ -2,6 +2,7 @@
 #ifndef MSG_CONSUMER_TESTS_UNIT_CLIENT_REQUEST_TEST_HPP
 #define MSG_CONSUMER_TESTS_UNIT_CLIENT_REQUEST_TEST_HPP
 
+#include <algorithm>
 #include <functional>
 #include <string>
 #include <vector>
@@ -27,6 +28,9 @@ inline void PrintTo(const RequestRow& row, std::ostream* out) { *out << row.name
 /// The pattern that every operation follows; instantiated once for each family.
 class Request : public ClientTest, public testing::WithParamInterface<RequestRow> {
  protected:
+  /// The trace that comes before anything else; one operation has none.
+  void expect_entry_trace() const { expect_traces(std::min<std::size_t>(1, GetParam().traces.size())); }
+
   void expect_traces(std::size_t count) const {
     const auto& expected = GetParam().traces;
     EXPECT_EQ(traces(), std::vector<std::string>(expected.begin(), expected.begin() + static_cast<long>(count)));
