@@ -2,6 +2,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <array>
 #include <chrono>
 #include <optional>
 #include <thread>
@@ -10,6 +11,7 @@
 #include <msg-consumer/msg-consumer-client.h>
 
 #include "fake-service.hpp"
+#include "fake-store.hpp"
 #include "support/log-capture.hpp"
 #include "support/private-bus.hpp"
 #include "support/wait-until.hpp"
@@ -25,7 +27,10 @@ namespace {
 /// The client library on a real bus of this test's own, with a service that says what a test tells it to.
 class OnABus : public testing::Test {
  protected:
-  OnABus() { service.emplace(bus.address()); }
+  OnABus() {
+    events().clear();
+    service.emplace(bus.address());
+  }
   ~OnABus() override { msg_consumer_disconnect(); }
 
   static void connect() {
@@ -79,6 +84,43 @@ TEST_F(Calls, ThatSendBringTheNewId) {
   EXPECT_EQ(id, 12);
   EXPECT_EQ(service->calls()[0].type, "(sisssi)");
   EXPECT_EQ(service->calls()[0].params, "('sms', 0, '+491', 'Grüße 👋', '', 1)");
+}
+
+TEST_F(Calls, CarryEveryOtherShapeOfArguments) {
+  connect();
+  const std::array<int, 3> ids = {7, 7, 9};
+  EXPECT_EQ(msg_consumer_delete_threads(ids.data(), 3), 0);
+  EXPECT_EQ(msg_consumer_send_change_sms_application_request(true), 0);
+  EXPECT_EQ(msg_consumer_get_content_file(5, "/tmp/Grüße"), 0);
+  EXPECT_EQ(msg_consumer_nms_delete_invalid_msg_meta(), 0);
+  EXPECT_EQ(msg_consumer_nms_handle_resetbox(), 0);
+  msg_nms_mssi_info_t subscription = {9223372036854775809ULL, const_cast<char*>("token")};
+  EXPECT_EQ(msg_consumer_nms_update_mssi_info(&subscription), 0);
+  std::vector<std::string> seen;
+  for (const auto& call : service->calls()) seen.push_back(call.method + call.type + call.params);
+  EXPECT_THAT(seen,
+              ElementsAre("delete_threads(v)(<[7, 7, 9]>,)", "send_change_sms_application_request(b)(true,)",
+                          "get_content_file(is)(5, '/tmp/Grüße')", "nms_delete_invalid_msg_meta", "nms_handle_resetbox",
+                          "nms_update_subscription_info(ts)(9223372036854775809, 'token')"));
+}
+
+TEST_F(Calls, CarryExactlyTheBytesOfASerialisedRecord) {
+  connect();
+  fake::store().serialised = "{\"text\":\"Grüße\"}";
+  fake::store().serialised_length = static_cast<int>(fake::store().serialised.size());
+  const msg_message_item_t message = {};
+  const msg_nms_msg_meta_data_t meta = {};
+  EXPECT_EQ(msg_consumer_nms_add_message(&message), 0);
+  EXPECT_EQ(msg_consumer_nms_add_msg_meta(&meta), 0);
+  EXPECT_EQ(msg_consumer_nms_update_msg_meta(5, "object", &meta), 0);
+  ASSERT_THAT(service->calls(), SizeIs(3));
+  const std::vector<std::string> types = {"(vi)", "(vi)", "(isvi)"};
+  for (std::size_t i = 0; i < 3; ++i) {
+    const auto call = service->calls()[i];
+    EXPECT_EQ(call.type, types[i]);
+    EXPECT_EQ(call.bytes, fake::store().serialised);
+    EXPECT_THAT(call.params, testing::EndsWith(", " + std::to_string(call.bytes.size()) + ")"));
+  }
 }
 
 TEST_F(Calls, FailWhenTheServiceAnswersWithAnError) {
@@ -179,6 +221,7 @@ TEST_F(Signals, DoNotArriveAfterDisconnecting) {
 
 TEST_F(Signals, RunOnTheThreadWhoseContextWasCurrentWhenConnecting) {
   static std::thread::id callback_thread;
+  callback_thread = {};
   std::thread::id connecting_thread;
   std::thread other([&] {
     const msg_consumer::Owned<GMainContext, g_main_context_unref> context(g_main_context_new());

@@ -18,6 +18,21 @@ void check(GError* failure) {
   if (const Error error(failure); error) throw std::runtime_error(error->message);
 }
 
+/// The bytes of the first variant "(ay)" in a tuple.
+std::string boxed_bytes(GVariant* tuple) {
+  for (gsize i = 0; i < g_variant_n_children(tuple); ++i) {
+    const Variant child(g_variant_get_child_value(tuple, i));
+    if (!g_variant_is_of_type(child.get(), G_VARIANT_TYPE_VARIANT)) continue;
+    const Variant value(g_variant_get_variant(child.get()));
+    if (!g_variant_is_of_type(value.get(), G_VARIANT_TYPE("(ay)"))) continue;
+    const Variant array(g_variant_get_child_value(value.get(), 0));
+    gsize size = 0;
+    const auto* const bytes = static_cast<const char*>(g_variant_get_fixed_array(array.get(), &size, 1));
+    return {bytes, size};
+  }
+  return {};
+}
+
 }  // namespace
 
 FakeService::FakeService(const std::string& address) {
@@ -89,11 +104,12 @@ GDBusMessage* FakeService::on_message(GDBusConnection* /*connection*/, GDBusMess
 void FakeService::handle(GDBusMessage* message) {
   const std::lock_guard lock(_mutex);
   GVariant* const body = g_dbus_message_get_body(message);
-  Call call{g_dbus_message_get_member(message), "", ""};
+  Call call{g_dbus_message_get_member(message), "", "", ""};
   if (body != nullptr) {
     const Owned<char, g_free> printed(g_variant_print(body, FALSE));
     call.type = g_variant_get_type_string(body);
     call.params = printed.get();
+    call.bytes = boxed_bytes(body);
   }
   _calls.push_back(call);
   Message reply;

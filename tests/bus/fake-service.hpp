@@ -22,6 +22,7 @@ class FakeService {
     std::string method;
     std::string type;    ///< the body's type, empty when there is none
     std::string params;  ///< the body as text
+    std::string bytes;   ///< of the byte array that is boxed in the body, if there is one
   };
 
   /// What to answer: a floating or owned tuple, or nothing to leave the call unanswered.

@@ -55,6 +55,7 @@ class ClientTest : public testing::Test {
       if (line.message != message) continue;
       ++found;
       EXPECT_EQ(line.priority, priority) << message;
+      EXPECT_EQ(line.log_id, 0);
       EXPECT_EQ(line.tag, "MSG_CONSUMER");
       EXPECT_EQ(line.file, file) << message;
       EXPECT_EQ(line.function, function) << message;

@@ -189,4 +189,20 @@ TEST_F(Commands, AnswerNonsenseFromTheServiceAsAFailedCall) {
   EXPECT_EQ(msg_consumer_read_message(1), -4);
 }
 
+TEST_F(Commands, LogTheLineOfTheFunctionThatWasCalled) {
+  const auto line_of = [](int (*run)()) {
+    LogCapture::instance().clear();
+    run();
+    const auto lines = LogCapture::instance().lines();
+    return lines.empty() ? 0 : lines.back().line;
+  };
+  // Each fails in the shared frame, so a line of the frame's own would be the same.
+  const int read = line_of([] { return msg_consumer_read_message(1); });
+  const int remove = line_of([] { return msg_consumer_delete_message(1); });
+  const int resend = line_of([] { return msg_consumer_resend_message(1); });
+  EXPECT_GT(read, 0);
+  EXPECT_LT(read, remove);
+  EXPECT_LT(remove, resend);
+}
+
 }  // namespace

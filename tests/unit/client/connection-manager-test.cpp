@@ -81,8 +81,11 @@ TEST_F(ConnectionManagerTest, ClosesTheStoreWhenItDisconnects) {
   EXPECT_EQ(ConnectionManager().disconnect(), 0) << "also without a connection";
   ConnectionManager().connect();
   fake::store().calls.clear();
+  int connections_when_closing = -1;
+  fake::store().on_deinit = [&] { connections_when_closing = fake::gio().alive_connections; };
   EXPECT_EQ(ConnectionManager().disconnect(), 0);
   EXPECT_THAT(fake::store().calls, ElementsAre("deinit_db"));
+  EXPECT_EQ(connections_when_closing, 1) << "the store is closed first";
   EXPECT_EQ(fake::gio().alive_connections, 0);
 }
 

@@ -1,4 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
+#include <cstdlib>
+
 #include "client-test.hpp"
 
 #include <msg-consumer/msg-consumer-client.h>
@@ -122,11 +124,12 @@ TEST_F(Connection, FailsWhenASignalCannotBeSubscribed) {
 TEST_F(Connection, ClosesTheStoreFirstWhenItDisconnects) {
   msg_consumer_connect();
   fake::store().calls.clear();
-  static bool still_connected;
+  int connections_when_closing = -1;
+  fake::store().on_deinit = [&] { connections_when_closing = fake::gio().alive_connections; };
   EXPECT_EQ(msg_consumer_disconnect(), 0);
   EXPECT_THAT(fake::store().calls, ElementsAre("deinit_db"));
-  still_connected = fake::gio().alive_connections != 0;
-  EXPECT_FALSE(still_connected);
+  EXPECT_EQ(connections_when_closing, 1);
+  EXPECT_EQ(fake::gio().alive_connections, 0);
 }
 
 TEST_F(Connection, DisconnectsWithoutHavingConnected) {
@@ -203,6 +206,28 @@ TEST_F(EventSubscription, IsDroppedByDisconnecting) {
   msg_consumer_event_subscribe(0, ignore_event, nullptr);
   msg_consumer_disconnect();
   EXPECT_EQ(msg_consumer_event_unsubscribe(0, ignore_event), -1);
+}
+
+// In a process of its own, where no proxy has been made yet.
+TEST_F(Connection, AnswersThatThereIsNoProxyWhenNoneCanBeMade) {
+  GTEST_FLAG_SET(death_test_style, "threadsafe");
+  EXPECT_EXIT(
+      {
+        fake::allocator().nothrow_new_fails = true;
+        EXPECT_EQ(msg_consumer_connect(), -2);
+        expect_line(6, "[ERROR] IPCProxy::connect() failed: (-2)", FILE_NAME, "msg_consumer_connect");
+        LogCapture::instance().clear();
+        EXPECT_EQ(msg_consumer_disconnect(), -2);
+        // The line names connect here too.
+        expect_line(6, "[ERROR] IPCProxy::connect() failed: (-2)", FILE_NAME, "msg_consumer_disconnect");
+        EXPECT_EQ(msg_consumer_event_subscribe(0, ignore_event, nullptr), -2);
+        expect_line(6, "[ERROR] IPCProxy::subscribe() failed: (-2)", FILE_NAME, "msg_consumer_event_subscribe");
+        EXPECT_EQ(msg_consumer_event_unsubscribe(0, ignore_event), -2);
+        expect_line(6, "[ERROR] IPCProxy::unsubscribe() failed: (-2)", FILE_NAME, "msg_consumer_event_unsubscribe");
+        fake::allocator().nothrow_new_fails = false;
+        std::exit(HasFailure() ? 1 : 0);
+      },
+      testing::ExitedWithCode(0), "");
 }
 
 }  // namespace

@@ -110,7 +110,10 @@ namespace db {
 
 int init_db() { return answer("init_db"); }
 
-int deinit_db() { return answer("deinit_db"); }
+int deinit_db() {
+  if (store().on_deinit) store().on_deinit();
+  return answer("deinit_db");
+}
 
 int db_get_message(int msgId, Message& message) {
   fill(message, store().messages);
@@ -201,9 +204,8 @@ namespace {
 
 int serialise(const void* record, char** out) {
   store().serialised_records.push_back(record);
-  if (store().serialised.empty()) return 0;
   *out = strdup(store().serialised.c_str());
-  return static_cast<int>(store().serialised.size());
+  return store().serialised_length;
 }
 
 }  // namespace

@@ -5,6 +5,7 @@
 // The store's queries and tests as this executable defines them in the store library's place. Each query notes its
 // call, fills its output from what is given here whatever the result, and returns `result`.
 
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -29,13 +30,15 @@ struct Store {
   std::vector<msg_consumer::NmsMsgMeta> metas;
   unsigned long long noti_index = 0;
   std::string restart_token;
-  std::string serialised = "serialised";  ///< what both serialisers make; empty when they fail
+  std::string serialised = "serialised";  ///< what both serialisers make
+  int serialised_length = 10;             ///< what they return
 
   // What a test reads: every call in order, for example "db_get_message(7)".
   std::vector<std::string> calls;
   msg_consumer::ListCondition condition;         ///< of the last message list
   std::vector<msg_consumer::Address> looked_up;  ///< by the last look-up of a thread
   int numbersync_asked = 0;
+  std::function<void()> on_deinit;  ///< called by deinit_db()
   std::vector<const void*> serialised_records;
 
   void reset() { *this = Store(); }

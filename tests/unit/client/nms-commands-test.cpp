@@ -323,7 +323,6 @@ TEST_F(Nms, SerialisesTheCallersRecordAndNothingElse) {
 
 TEST_F(Nms, SendsNothingWhenARecordCannotBeSerialised) {
   connect();
-  fake::store().serialised.clear();
   struct Row {
     int (*run)();
     const char* function;
@@ -337,11 +336,14 @@ TEST_F(Nms, SendsNothingWhenARecordCannotBeSerialised) {
       {[] { return msg_consumer_nms_update_msg_meta(1, nullptr, a_meta()); }, "msg_consumer_nms_update_msg_meta",
        "[ERROR] msg_serialize_nms_msg_meta() failed!"},
   }};
-  for (const auto& row : rows) {
-    LogCapture::instance().clear();
-    EXPECT_EQ(row.run(), -1);
-    EXPECT_THAT(errors(), ElementsAre(row.error));
-    expect_line(6, row.error, "msg-consumer-client.cpp", row.function);
+  for (const int length : {0, -1, -2147483647 - 1}) {
+    fake::store().serialised_length = length;
+    for (const auto& row : rows) {
+      LogCapture::instance().clear();
+      EXPECT_EQ(row.run(), -1);
+      EXPECT_THAT(errors(), ElementsAre(row.error));
+      expect_line(6, row.error, "msg-consumer-client.cpp", row.function);
+    }
   }
   EXPECT_THAT(fake::gio().calls, IsEmpty());
 }

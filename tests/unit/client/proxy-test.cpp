@@ -234,6 +234,25 @@ TEST_F(Proxy, FreesAFloatingTupleWhenReopeningFails) {
   EXPECT_THAT(fake::gio().calls, IsEmpty());
 }
 
+TEST_F(Proxy, ForgetsAllIdsWhenASubscriptionFailsDuringReopening) {
+  connect();
+  fake::gio().close_connections();
+  fake::gio().failing_subscription = 6;  // the third of the new four
+  bool freed = false;
+  EXPECT_EQ(proxy().callSync("read_message", tuple_that_tells(freed), nullptr), -4);
+  EXPECT_TRUE(freed);
+  EXPECT_EQ(fake::gio().alive_connections, 0);
+  EXPECT_THAT(errors(),
+              ElementsAre("[ERROR] dbus connection has been closed! try to open it again!",
+                          "[ERROR] g_dbus_connection_signal_subscribe() failed for "
+                          "signalName:(groupchat_state_changed)",
+                          "_openConnection() failed: (-4)", "[ERROR] _checkAndReopenConnection() failed: err(-4)"));
+  fake::gio().reset();
+  EXPECT_EQ(proxy().connect(), 0);
+  proxy().disconnect();
+  EXPECT_THAT(fake::gio().unsubscribed, SizeIs(4)) << "the old ids are forgotten with the new ones";
+}
+
 TEST_F(Proxy, LeavesACallersReferenceAloneWhenReopeningFails) {
   connect();
   fake::gio().close_connections();
@@ -326,6 +345,7 @@ TEST_F(Events, KeepOneRecordForTheSameCallbackAndTypeWithTheFirstUserData) {
   EXPECT_THAT(first.data, ElementsAre("x"));
   EXPECT_THAT(second.data, IsEmpty());
   ASSERT_THAT(notes(), SizeIs(2));
+  for (const auto& note : notes()) expect_line(4, note, "IPCProxy.cpp", "subscribe");
   EXPECT_THAT(notes()[0], testing::MatchesRegex("Event:\\(0x[0-9a-f]+\\) subscribed! \\(type:1, cb:0x[0-9a-f]+\\)"));
   EXPECT_THAT(notes()[1], testing::MatchesRegex("The same event callback is already subscribed! type:\\(1\\), "
                                                 "cb:\\(0x[0-9a-f]+\\)"));
@@ -388,6 +408,7 @@ TEST_F(Events, CannotBeUnsubscribedFromAnotherType) {
   proxy().subscribe(EVENT_STORAGE_CHANGED, receive, nullptr);
   EXPECT_EQ(proxy().unsubscribe(EVENT_CONTENT_CHANGED, receive), -1);
   ASSERT_THAT(traces(), SizeIs(1));
+  expect_line(5, traces()[0], "IPCProxy.cpp", "unsubscribe");
   EXPECT_THAT(traces()[0], testing::MatchesRegex("No event callback subscribed! \\(type:2, cb:0x[0-9a-f]+\\)"));
 }
 
@@ -474,6 +495,30 @@ TEST_F(Events, SubscribedDuringDispatchComeWithTheNextSignal) {
   EXPECT_THAT(received.data, IsEmpty());
   fake::gio().emit("storage_changed", g_variant_new("(s)", "2"));
   EXPECT_THAT(received.data, ElementsAre("2"));
+}
+
+TEST_F(Events, SubscribedInTheStepOfARemovedOneAreNotMistakenForIt) {
+  static Received received;
+  for (const EventType type : {EVENT_STORAGE_CHANGED, EVENT_CONTENT_CHANGED}) {
+    SCOPED_TRACE(type);
+    received = {};
+    static EventType type_of_new;
+    type_of_new = type;
+    connect();
+    // The new record may well get the removed one's memory.
+    proxy().subscribe(
+        EVENT_STORAGE_CHANGED,
+        [](const char*, void*) {
+          proxy().unsubscribe(EVENT_STORAGE_CHANGED, receive_too);
+          proxy().subscribe(type_of_new, receive, &received);
+        },
+        nullptr);
+    proxy().subscribe(EVENT_STORAGE_CHANGED, receive_too, &received);
+    fake::gio().emit("storage_changed", g_variant_new("(s)", "x"));
+    EXPECT_THAT(received.data, IsEmpty());
+    proxy().disconnect();
+    fake::gio().reset();
+  }
 }
 
 TEST_F(Events, MayDisconnectDuringDispatch) {

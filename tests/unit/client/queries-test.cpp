@@ -134,7 +134,6 @@ TEST_F(Lists, StayAsTheyWereAfterAFailure) {
 TEST_F(Lists, HoldANullWhereARecordCouldNotBeAllocated) {
   struct Row {
     const char* function;
-    std::size_t size;
     std::function<int(msg_list_handle_t*)> run;
     void (*release)(msg_list_handle_t**);
   };
@@ -142,15 +141,17 @@ TEST_F(Lists, HoldANullWhereARecordCouldNotBeAllocated) {
   fake::store().conversations.resize(2);
   fake::store().messages.resize(2);
   fake::store().addresses.resize(2);
+  fake::store().metas.resize(2);
   const std::vector<Row> rows = {
-      {"__convert_legacy_thread", sizeof(msg_thread_view_t), msg_consumer_get_thread_view_list,
-       msg_consumer_free_thread_list},
-      {"__convert_legacy_address", sizeof(msg_address_item_t),
-       [](msg_list_handle_t* list) { return msg_consumer_get_address_list(1, list); }, msg_consumer_free_address_list},
-      {"__convert_legacy_conversation", sizeof(msg_conversation_view_t),
+      {"__convert_legacy_nms_msg_meta", msg_consumer_nms_get_download_required_msg_meta_list,
+       msg_consumer_free_nms_msg_meta_list},
+      {"__convert_legacy_thread", msg_consumer_get_thread_view_list, msg_consumer_free_thread_list},
+      {"__convert_legacy_address", [](msg_list_handle_t* list) { return msg_consumer_get_address_list(1, list); },
+       msg_consumer_free_address_list},
+      {"__convert_legacy_conversation",
        [](msg_list_handle_t* list) { return msg_consumer_get_conversation_view_list(1, list); },
        msg_consumer_free_conversation_list},
-      {"__convert_legacy_message", sizeof(msg_message_item_t),
+      {"__convert_legacy_message",
        [](msg_list_handle_t* list) {
          auto condition = every_message();
          return msg_consumer_get_message_list(list, &condition);
@@ -222,6 +223,18 @@ TEST_F(ThreadByAddress, LooksUpOneAddressAndMapsEveryResult) {
                   "msg-consumer-client.cpp", "msg_consumer_get_thread_id_by_address");
     }
   }
+}
+
+TEST_F(Lists, OfAHundredThousandKeepTheirOrder) {
+  fake::store().threads.resize(100'000);
+  for (int i = 0; i < 100'000; ++i) fake::store().threads[static_cast<std::size_t>(i)].id = i;
+  List list(msg_consumer_free_thread_list);
+  ASSERT_EQ(msg_consumer_get_thread_view_list(list.handle()), 0);
+  int expected = 0;
+  for (const GSList* node = list.handle()->list; node != nullptr; node = node->next) {
+    ASSERT_EQ(static_cast<const msg_thread_view_t*>(node->data)->thread_id, expected++);
+  }
+  EXPECT_EQ(expected, 100'000);
 }
 
 using ListConditions = ClientTest;
