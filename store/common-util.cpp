@@ -1,31 +1,51 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <msg-consumer-common/common_util.h>
 
+#include <mutex>
+#include <optional>
+
 #include <msg-consumer-platform/preference.h>
 #include <msg-consumer-platform/logging.hpp>
 
 namespace msg_consumer::common_util {
 namespace {
 
-bool read_capability(const CallSite& site, const char* key) {
-  bool value = false;
-  if (const int status = preference_get_boolean(key, &value); status != 0) {
-    LOG_ERROR(site, "[ERROR] preference_get_boolean(%s) failed: (%d)", key, status);
-    return false;
+/// A capability of the device. Only what was read is kept: a failure may be gone at the next call.
+class Capability {
+ public:
+  explicit constexpr Capability(const char* key) : _key(key) {}
+
+  bool is_given(const CallSite& site) {
+    const std::lock_guard lock(_mutex);
+    if (!_value) _value = read(site);
+    return _value.value_or(false);
   }
-  return value;
-}
+
+ private:
+  std::optional<bool> read(const CallSite& site) const {
+    bool value = false;
+    if (const int status = preference_get_boolean(_key, &value); status != 0) {
+      LOG_ERROR(site, "[ERROR] preference_get_boolean(%s) failed: (%d)", _key, status);
+      return std::nullopt;
+    }
+    return value;
+  }
+
+  const char* _key;
+  std::mutex _mutex;
+  std::optional<bool> _value;
+};
 
 }  // namespace
 
 bool is_numbersync_supported() {
-  static const bool supported = read_capability(HERE, "consumer_preference_bool_numbersync_supported");
-  return supported;
+  static Capability number_sync("consumer_preference_bool_numbersync_supported");
+  return number_sync.is_given(HERE);
 }
 
 bool is_wpc_mode() {
-  static const bool enabled = read_capability(HERE, "consumer_preference_bool_wpc_mode");
-  return enabled;
+  static Capability wpc_mode("consumer_preference_bool_wpc_mode");
+  return wpc_mode.is_given(HERE);
 }
 
 }  // namespace msg_consumer::common_util

@@ -6,7 +6,8 @@ namespace msg_consumer::common_util {
 
 #pragma GCC visibility push(default)
 
-// Both are read from the preferences at the first use and do not change during the process's life. Neither throws.
+// Both are read from the preferences at the first use and, once read, do not change during the process's life. What
+// cannot be read is false and is tried again at the next call. Neither throws.
 
 /// Whether the device keeps metadata of the network message store with its messages.
 bool is_numbersync_supported();

@@ -70,14 +70,24 @@ TEST_P(Capabilities, AreReadOnce) {
   });
 }
 
-TEST_P(Capabilities, AreMissingWithOneErrorLineWhenTheyCannotBeRead) {
+TEST_P(Capabilities, AreMissingWithAnErrorLineWhenTheyCannotBeRead) {
   expect_in_new_process([] {
     status_of_reads = -7;
     value_of_reads = true;
-    if (GetParam().test() || GetParam().test()) return false;
+    if (GetParam().test()) return false;
     const auto lines = test::LogCapture::instance().lines();
     return lines.size() == 1 && lines.front().priority == 6 && lines.front().file == "common-util.cpp" &&
            lines.front().message == std::string("[ERROR] preference_get_boolean(") + GetParam().key + ") failed: (-7)";
+  });
+}
+
+TEST_P(Capabilities, AreReadAgainAfterAFailure) {
+  expect_in_new_process([] {
+    status_of_reads = -7;
+    if (GetParam().test()) return false;
+    status_of_reads = 0;
+    value_of_reads = true;
+    return GetParam().test() && reads == 2;
   });
 }
 
