@@ -2,6 +2,7 @@
 #include "bus-interface.hpp"
 
 #include <cerrno>
+#include <cstdint>
 #include <new>
 #include <system_error>
 #include <tuple>
@@ -33,6 +34,8 @@ int read(sd_bus_message* call, std::string_view& value) {
   return result;
 }
 
+int read(sd_bus_message* call, std::uint64_t& value) { return sd_bus_message_read_basic(call, 't', &value); }
+
 int read(sd_bus_message* call, std::vector<int>& value) {
   int result = sd_bus_message_enter_container(call, 'v', "ai");
   if (result < 0) {
@@ -59,6 +62,22 @@ int read(sd_bus_message* call, Submission& value) {
   return 0;
 }
 
+// The bytes live as long as the call.
+int read(sd_bus_message* call, SerializedRecord& value) {
+  const void* data = nullptr;
+  std::size_t size = 0;
+  for (const int result :
+       {sd_bus_message_enter_container(call, 'v', "(ay)"), sd_bus_message_enter_container(call, 'r', "ay"),
+        sd_bus_message_read_array(call, 'y', &data, &size), sd_bus_message_exit_container(call),
+        sd_bus_message_exit_container(call), read(call, value.size)}) {
+    if (result < 0) {
+      return result;
+    }
+  }
+  value.bytes = {static_cast<const char*>(data), size};
+  return 0;
+}
+
 int reply(sd_bus_message* call, const Outcome& outcome) {
   return sd_bus_reply_method_return(call, "i", static_cast<int>(outcome.status));
 }
@@ -70,16 +89,6 @@ int reply(sd_bus_message* call, const Creation& creation) {
 const Outcome& outcome_of(const Outcome& outcome) { return outcome; }
 
 const Outcome& outcome_of(const Creation& creation) { return creation.outcome; }
-
-// For the commands that this service does not know yet.
-
-int refuse_status(sd_bus_message* call, void* /*self*/, sd_bus_error* /*error*/) noexcept {
-  return reply(call, Outcome{.status = STATUS_NOT_IMPLEMENTED});
-}
-
-int refuse_creation(sd_bus_message* call, void* /*self*/, sd_bus_error* /*error*/) noexcept {
-  return reply(call, Creation{.outcome = {.status = STATUS_NOT_IMPLEMENTED}});
-}
 
 }  // namespace
 
@@ -110,10 +119,10 @@ int BusInterface::handle(sd_bus_message* call, void* self, sd_bus_error* error) 
 }
 
 // The bus's policy decides who may call; sd-bus's own check would let only root in.
-#define METHOD(name, arguments, results, handler) \
-  SD_BUS_METHOD_WITH_ARGS(#name, SD_BUS_ARGS arguments, SD_BUS_RESULT results, handler, SD_BUS_VTABLE_UNPRIVILEGED)
-#define COMMAND(name, arguments, results) METHOD(name, arguments, results, handle<&Commands::name>)
-#define UNKNOWN(name, arguments) METHOD(name, arguments, STATUS, refuse_status)
+#define METHOD(name, arguments, results, command)                                                            \
+  SD_BUS_METHOD_WITH_ARGS(#name, SD_BUS_ARGS arguments, SD_BUS_RESULT results, (handle<&Commands::command>), \
+                          SD_BUS_VTABLE_UNPRIVILEGED)
+#define COMMAND(name, arguments, results) METHOD(name, arguments, results, name)
 #define SIGNAL(name) SD_BUS_SIGNAL_WITH_ARGS(name, SD_BUS_ARGS("s", data), 0)
 #define STATUS ("i", status)
 #define NEW_ID_AND_STATUS ("i", message_id, "i", status)
@@ -139,19 +148,19 @@ const sd_bus_vtable BusInterface::VTABLE[] = {
     COMMAND(update_group_chat_address, ("i", thread_id), STATUS),
     COMMAND(export_to_phone, ("i", message_id), STATUS),
     COMMAND(update_retrieve_mms_message, ("i", message_id), STATUS),
-    UNKNOWN(nms_add_message, ("v", message, "i", size)),
-    UNKNOWN(nms_delete_message_by_time, ("i", time)),
-    METHOD(nms_send_message, ("s", type, "i", thread_id, "s", recipients, "s", text, "s", file_paths),
-           NEW_ID_AND_STATUS, refuse_creation),
-    UNKNOWN(nms_resend_message, ("i", message_id)),
-    UNKNOWN(nms_add_msg_meta, ("v", meta, "i", size)),
-    UNKNOWN(nms_update_msg_meta, ("i", message_id, "s", object_id, "v", meta, "i", size)),
-    UNKNOWN(nms_delete_msg_meta, ("i", message_id, "s", object_id)),
-    UNKNOWN(nms_delete_invalid_msg_meta, (nullptr)),
-    UNKNOWN(nms_handle_resetbox, (nullptr)),
-    UNKNOWN(nms_download_mms, ("i", message_id)),
-    UNKNOWN(nms_update_message_network_status, ("i", message_id, "i", network_status)),
-    UNKNOWN(nms_update_subscription_info, ("t", notification_index, "s", restart_token)),
+    COMMAND(nms_add_message, ("v", message, "i", size), STATUS),
+    COMMAND(nms_delete_message_by_time, ("i", time), STATUS),
+    COMMAND(nms_send_message, ("s", type, "i", thread_id, "s", recipients, "s", text, "s", file_paths),
+            NEW_ID_AND_STATUS),
+    METHOD(nms_resend_message, ("i", message_id), STATUS, resend_message),
+    COMMAND(nms_add_msg_meta, ("v", meta, "i", size), STATUS),
+    COMMAND(nms_update_msg_meta, ("i", message_id, "s", object_id, "v", meta, "i", size), STATUS),
+    COMMAND(nms_delete_msg_meta, ("i", message_id, "s", object_id), STATUS),
+    COMMAND(nms_delete_invalid_msg_meta, (nullptr), STATUS),
+    COMMAND(nms_handle_resetbox, (nullptr), STATUS),
+    METHOD(nms_download_mms, ("i", message_id), STATUS, update_retrieve_mms_message),
+    COMMAND(nms_update_message_network_status, ("i", message_id, "i", network_status), STATUS),
+    COMMAND(nms_update_subscription_info, ("t", notification_index, "s", restart_token), STATUS),
     SIGNAL(STORAGE_CHANGED),
     SIGNAL(CONTENT_CHANGED),
     SIGNAL(GROUPCHAT_STATE_CHANGED),

@@ -2,8 +2,10 @@
 #ifndef MSG_CONSUMER_SERVICE_COMMANDS_HPP
 #define MSG_CONSUMER_SERVICE_COMMANDS_HPP
 
+#include <cstdint>
 #include <functional>
 #include <optional>
+#include <set>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -13,6 +15,7 @@
 #include "content-files.hpp"
 #include "inbox.hpp"
 #include "network.hpp"
+#include "nms-record.hpp"
 #include "status.hpp"
 #include "store-writer.hpp"
 
@@ -76,7 +79,31 @@ class Commands {
   Outcome show_on_device(int message_id);
   Outcome send_change_sms_application_request(bool status);
 
+  // nms-commands.cpp, the commands of the network message store
+  /// Stores a message as its record says, under ids of its own.
+  Outcome nms_add_message(const SerializedRecord& record);
+  /// Deletes what is older than a time in seconds and not locked.
+  Outcome nms_delete_message_by_time(int time);
+  /// As `send_message`, through the first SIM.
+  Creation nms_send_message(std::string_view type, int thread_id, std::string_view recipients, std::string_view text,
+                            std::string_view file_paths);
+  Outcome nms_update_message_network_status(int message_id, int network_status);
+  /// Adds metadata, or replaces that with the same message id and object id.
+  Outcome nms_add_msg_meta(const SerializedRecord& record);
+  /// Replaces the metadata with these ids, of which an id below 1 and an empty object id stand for any. The record may
+  /// tie it to another message or object; ids that it leaves out stay.
+  Outcome nms_update_msg_meta(int message_id, std::string_view object_id, const SerializedRecord& record);
+  Outcome nms_delete_msg_meta(int message_id, std::string_view object_id);
+  /// Removes the metadata whose message is gone.
+  Outcome nms_delete_invalid_msg_meta();
+  /// Forgets all metadata and the subscription; the messages stay.
+  Outcome nms_handle_resetbox();
+  Outcome nms_update_subscription_info(std::uint64_t notification_index, std::string_view restart_token);
+
  private:
+  /// The messages that a change concerns; nothing when nothing was changed.
+  using ChangedMessages = std::optional<std::set<int>>;
+
   /// The door behind which exceptions end.
   template <typename Work>
   static Outcome guarded(Work&& work) noexcept {
@@ -89,6 +116,15 @@ class Commands {
 
   /// Stores what `edit` makes of a message; `edit` returns whether it made a change, or throws a refusal.
   Outcome edit_message(int message_id, const std::function<bool(Message&)>& edit, Change change = {}) noexcept;
+
+  /// Deletes what `work` says, and the attachments once that is on the disk.
+  Outcome delete_messages(const std::function<std::optional<Change>()>& work) noexcept;
+
+  /// Makes a change of the network store's data, which is announced as `event`.
+  Outcome change_nms_box(const char* event, const std::function<ChangedMessages()>& work) noexcept;
+  void check_message_of(const NmsMsgMeta& meta);
+  Change place(StoredMessage& stored);
+  ThreadInfo thread_for(const Message& message);
 
   Creation submit(const Submission& submission, int direction, int delivery) noexcept;
   Creation store_new(const Submission& submission, int direction, int delivery);

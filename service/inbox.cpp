@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "inbox.hpp"
 
+#include <algorithm>
 #include <string>
 #include <vector>
 
@@ -18,21 +19,34 @@ Address sender_of(const Message& message) {
   return sender;
 }
 
+// A message that was stored once before brings its sender along.
+bool names_sender(const Message& message) {
+  const std::string sender = schema::normalise_address(message.str_p);
+  return std::any_of(message.addresses.begin(), message.addresses.end(), [&](const Address& address) {
+    return address.num_c == ROLE_FROM && schema::normalise_address(address.address) == sender;
+  });
+}
+
 }  // namespace
 
 Announcement Inbox::receive(StoredMessage& stored) {
-  const std::optional<Announcement> announcement = _store.commit([&]() -> std::optional<Change> {
-    Message& message = stored.message;
-    message.num_e = DIRECTION_INCOMING;
-    message.addresses.insert(message.addresses.begin(), sender_of(message));
-    message.num_b = thread_for(message);
-    if (message.num_b == _active_thread) {
-      message.flag_j = 1;
-    }
-    _store.messages().insert(stored);
-    return Change{.event = "added", .message_ids = {message.id}, .thread_ids = {message.num_b}};
+  return *_store.commit([&]() -> std::optional<Change> {
+    store(stored);
+    return Change{.event = "added", .message_ids = {stored.message.id}, .thread_ids = {stored.message.num_b}};
   });
-  return *announcement;
+}
+
+void Inbox::store(StoredMessage& stored) {
+  Message& message = stored.message;
+  message.num_e = DIRECTION_INCOMING;
+  if (!message.str_p.empty() && !names_sender(message)) {
+    message.addresses.insert(message.addresses.begin(), sender_of(message));
+  }
+  message.num_b = thread_for(message);
+  if (message.num_b == _active_thread) {
+    message.flag_j = 1;
+  }
+  _store.messages().insert(stored);
 }
 
 int Inbox::thread_for(const Message& message) {

@@ -19,6 +19,8 @@ class Inbox {
   /// Stores an incoming message, in the thread `num_b` or, when that is 0, in the thread of its sender and its other
   /// participants. Sets its id and its thread. Throws.
   Announcement receive(StoredMessage& stored);
+  /// As `receive`, inside the caller's transaction.
+  void store(StoredMessage& stored);
 
  private:
   int thread_for(const Message& message);

@@ -10,12 +10,6 @@
 namespace msg_consumer::service {
 namespace {
 
-void require(bool condition, Status otherwise) {
-  if (!condition) {
-    throw Refusal(otherwise);
-  }
-}
-
 MessageType type_of(std::string_view name) {
   require(name == "sms" || name == "mms", STATUS_INVALID_ARGUMENT);
   return name == "sms" ? TYPE_SMS : TYPE_MMS;
@@ -76,16 +70,29 @@ Outcome Commands::read_message(int message_id, int /*is_nms*/) {
 }
 
 Outcome Commands::delete_message(int message_id, int /*is_nms*/) {
+  return delete_messages([&] {
+    const Message message = _store.messages().get(message_id).message;
+    require(message.flag_k == 0, STATUS_NOT_APPLICABLE);
+    _store.messages().remove(message);
+    return Change{.event = "deleted", .message_ids = {message_id}, .thread_ids = {message.num_b}};
+  });
+}
+
+Outcome Commands::delete_messages(const std::function<std::optional<Change>()>& work) noexcept {
+  std::vector<int> message_ids;
   Outcome outcome = guarded([&] {
-    return _store.commit([&]() -> std::optional<Change> {
-      const Message message = _store.messages().get(message_id).message;
-      require(message.flag_k == 0, STATUS_NOT_APPLICABLE);
-      _store.messages().remove(message);
-      return Change{.event = "deleted", .message_ids = {message_id}, .thread_ids = {message.num_b}};
+    return _store.commit([&] {
+      const std::optional<Change> change = work();
+      if (change) {
+        message_ids = change->message_ids;
+      }
+      return change;
     });
   });
   if (outcome.announcement) {
-    _files.remove(message_id);
+    for (const int message_id : message_ids) {
+      _files.remove(message_id);
+    }
   }
   return outcome;
 }

@@ -12,6 +12,8 @@
 namespace msg_consumer::service {
 namespace {
 
+#define OLDER "WHERE time_ms < ?1 AND is_locked = 0"
+
 std::vector<int> ids_of(schema::Statement& statement) {
   const schema::ResetAtExit reset(statement);
   std::vector<int> ids;
@@ -40,6 +42,9 @@ Messages::Messages(sqlite3* database, Threads& threads)
       _mark_thread_read(database, "UPDATE message SET is_read = 1 WHERE thread_id = ?1 AND is_read = 0"),
       _unlocked_of_thread(database, "SELECT id FROM message WHERE thread_id = ?1 AND is_locked = 0 ORDER BY id"),
       _remove_unlocked(database, "DELETE FROM message WHERE thread_id = ?1 AND is_locked = 0"),
+      _threads_of_older(database, "SELECT DISTINCT thread_id FROM message " OLDER " ORDER BY thread_id"),
+      _unlocked_older(database, "SELECT id FROM message " OLDER " ORDER BY id"),
+      _remove_older(database, "DELETE FROM message " OLDER),
       _any_of_thread(database, "SELECT 1 FROM message WHERE thread_id = ?1 LIMIT 1"),
       // The index of messages in flight is used only when its own condition stands here.
       _in_flight(database, "SELECT id FROM message WHERE delivery IN (1, 2) AND delivery = ?1 ORDER BY id") {}
@@ -175,13 +180,27 @@ std::vector<int> Messages::mark_thread_read(int thread_id) {
 Messages::Removed Messages::remove_unlocked(int thread_id) {
   Removed removed{.message_ids = ids_of(_unlocked_of_thread.bind(1, thread_id)), .thread_is_gone = false};
   _remove_unlocked.bind(1, thread_id).run();
-  removed.thread_is_gone = ids_of(_any_of_thread.bind(1, thread_id)).empty();
-  if (removed.thread_is_gone) {
-    _threads.remove(thread_id);
-  } else if (!removed.message_ids.empty()) {
-    _threads.recount(thread_id);
+  removed.thread_is_gone = settle(thread_id);
+  return removed;
+}
+
+Messages::RemovedByTime Messages::remove_older(std::int64_t time_ms) {
+  RemovedByTime removed{.message_ids = ids_of(_unlocked_older.bind(1, time_ms)),
+                        .thread_ids = ids_of(_threads_of_older.bind(1, time_ms))};
+  _remove_older.bind(1, time_ms).run();
+  for (const int thread_id : removed.thread_ids) {
+    settle(thread_id);
   }
   return removed;
+}
+
+bool Messages::settle(int thread_id) {
+  if (ids_of(_any_of_thread.bind(1, thread_id)).empty()) {
+    _threads.remove(thread_id);
+    return true;
+  }
+  _threads.recount(thread_id);
+  return false;
 }
 
 std::vector<int> Messages::in_flight(int delivery) { return ids_of(_in_flight.bind(1, delivery)); }

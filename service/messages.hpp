@@ -4,6 +4,7 @@
 
 #include <msg-consumer-common/Message.h>
 
+#include <cstdint>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -51,6 +52,13 @@ class Messages {
   /// Removes all messages but the locked ones, and the thread when none is left.
   Removed remove_unlocked(int thread_id);
 
+  struct RemovedByTime {
+    std::vector<int> message_ids;
+    std::vector<int> thread_ids;
+  };
+  /// Removes all messages from before a time but the locked ones, and the threads in which none is left.
+  RemovedByTime remove_older(std::int64_t time_ms);
+
   /// The queued messages, or those being sent: whatever `delivery` says. The oldest first.
   std::vector<int> in_flight(int delivery);
 
@@ -58,6 +66,8 @@ class Messages {
   void number_contents(Message& message);
 
  private:
+  /// Brings a thread up to date after removals; returns whether it was left without messages, and is gone as well.
+  bool settle(int thread_id);
   void number_addresses(Message& message);
   int reserve_ids(std::string_view sequence, int count);
   void insert_row(const StoredMessage& stored);
@@ -76,6 +86,9 @@ class Messages {
   schema::Statement _mark_thread_read;
   schema::Statement _unlocked_of_thread;
   schema::Statement _remove_unlocked;
+  schema::Statement _threads_of_older;
+  schema::Statement _unlocked_older;
+  schema::Statement _remove_older;
   schema::Statement _any_of_thread;
   schema::Statement _in_flight;
 };

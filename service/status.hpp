@@ -14,7 +14,6 @@ enum Status : int {
   STATUS_OUT_OF_MEMORY = -2,       ///< out of memory
   STATUS_INVALID_ARGUMENT = -3,    ///< an argument is out of range, or contradicts another one
   STATUS_NOT_APPLICABLE = -5,      ///< the command does not apply to this message or thread
-  STATUS_NOT_IMPLEMENTED = -6,     ///< this service does not know how
   STATUS_STORE_FULL = -7,          ///< no room left for the database
   STATUS_STORE_BUSY = -8,          ///< another process keeps the database locked
   STATUS_FILE_NOT_FOUND = -20,     ///< the named file does not exist
@@ -37,6 +36,12 @@ class Refusal : public std::exception {
  private:
   Status _status;
 };
+
+inline void require(bool condition, Status otherwise) {
+  if (!condition) {
+    throw Refusal(otherwise);
+  }
+}
 
 /// The status that stands for the exception being handled; logs what is not a refusal.
 Status status_of_current_exception() noexcept;

@@ -11,6 +11,7 @@ StoreWriter::StoreWriter(const std::string& path)
     : _database(open_database_file(path)),
       _threads(_database.get()),
       _messages(_database.get(), _threads),
+      _nms_box(_database.get()),
       _change_log(_database.get()),
       _device_requests(_database.get()) {}
 

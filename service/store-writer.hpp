@@ -8,6 +8,7 @@
 #include "change-log.hpp"
 #include "device-requests.hpp"
 #include "messages.hpp"
+#include "nms-box.hpp"
 #include "schema/sqlite.hpp"
 #include "threads.hpp"
 
@@ -23,6 +24,7 @@ class StoreWriter {
 
   Threads& threads() { return _threads; }
   Messages& messages() { return _messages; }
+  NmsBox& nms_box() { return _nms_box; }
   DeviceRequests& device_requests() { return _device_requests; }
 
   /// Runs `work` in a transaction: committed when this returns, undone when it throws.
@@ -51,6 +53,7 @@ class StoreWriter {
   schema::Database _database;
   Threads _threads;
   Messages _messages;
+  NmsBox _nms_box;
   ChangeLog _change_log;
   DeviceRequests _device_requests;
 };

@@ -21,33 +21,21 @@ Outcome Commands::read_thread(int thread_id) {
 Outcome Commands::delete_thread(int thread_id) { return delete_threads({thread_id}); }
 
 Outcome Commands::delete_threads(const std::vector<int>& thread_ids) {
-  std::vector<int> message_ids;
-  Outcome outcome = guarded([&] {
-    if (thread_ids.empty()) {
-      throw Refusal(STATUS_INVALID_ARGUMENT);
+  return delete_messages([&]() -> std::optional<Change> {
+    require(!thread_ids.empty(), STATUS_INVALID_ARGUMENT);
+    Change change{.event = "deleted"};
+    for (const int thread_id : std::set<int>(thread_ids.begin(), thread_ids.end())) {
+      const Messages::Removed removed = _store.messages().remove_unlocked(_store.threads().get(thread_id).id);
+      if (removed.thread_is_gone || !removed.message_ids.empty()) {
+        change.thread_ids.push_back(thread_id);
+        change.message_ids.insert(change.message_ids.end(), removed.message_ids.begin(), removed.message_ids.end());
+      }
     }
-    return _store.commit([&]() -> std::optional<Change> {
-      Change change{.event = "deleted"};
-      for (const int thread_id : std::set<int>(thread_ids.begin(), thread_ids.end())) {
-        const Messages::Removed removed = _store.messages().remove_unlocked(_store.threads().get(thread_id).id);
-        if (removed.thread_is_gone || !removed.message_ids.empty()) {
-          change.thread_ids.push_back(thread_id);
-          message_ids.insert(message_ids.end(), removed.message_ids.begin(), removed.message_ids.end());
-        }
-      }
-      if (change.thread_ids.empty()) {
-        return std::nullopt;
-      }
-      change.message_ids = message_ids;
-      return change;
-    });
+    if (change.thread_ids.empty()) {
+      return std::nullopt;
+    }
+    return change;
   });
-  if (outcome.announcement) {
-    for (const int message_id : message_ids) {
-      _files.remove(message_id);
-    }
-  }
-  return outcome;
 }
 
 Outcome Commands::set_active_thread_id(int thread_id) {

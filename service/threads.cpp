@@ -51,7 +51,7 @@ std::vector<std::string> distinct_addresses(const std::vector<std::string>& addr
 
 Threads::Threads(sqlite3* database)
     : _find(database, "SELECT is_group, address_key FROM thread WHERE id = ?1"),
-      _find_by_key(database, "SELECT id FROM thread WHERE address_key = ?1 AND is_group = 0"),
+      _find_by_key(database, "SELECT id FROM thread WHERE address_key = ?1 AND is_group = ?2 ORDER BY id LIMIT 1"),
       _participants(database, "SELECT address FROM thread_address WHERE thread_id = ?1 AND is_own = 0 ORDER BY id"),
       _make(database,
             "INSERT INTO thread (address_key, is_group, group_chat_id, title, participant_count) "
@@ -102,15 +102,23 @@ std::vector<std::string> Threads::participants(int id) {
   return addresses;
 }
 
-ThreadInfo Threads::find_or_make(const std::vector<std::string>& addresses) {
+ThreadInfo Threads::find_or_make(const std::vector<std::string>& addresses) { return find_or_make(addresses, nullptr); }
+
+ThreadInfo Threads::find_or_make_group(const std::vector<std::string>& addresses) {
+  const GroupChat unnamed;
+  return find_or_make(addresses, &unnamed);
+}
+
+ThreadInfo Threads::find_or_make(const std::vector<std::string>& addresses, const GroupChat* chat) {
   std::optional<std::string> key = schema::address_key(addresses);
   if (!key) {
     throw Refusal(STATUS_INVALID_ARGUMENT);
   }
   const schema::ResetAtExit reset(_find_by_key);
-  const bool found = _find_by_key.bind(1, *key).step();
-  const int id = found ? static_cast<int>(_find_by_key.integer(0)) : make(*key, addresses, nullptr);
-  return {.id = id, .is_group = false, .address_key = *std::move(key)};
+  const bool is_group = chat != nullptr;
+  const bool found = _find_by_key.bind(1, *key).bind(2, is_group).step();
+  const int id = found ? static_cast<int>(_find_by_key.integer(0)) : make(*key, addresses, chat);
+  return {.id = id, .is_group = is_group, .address_key = *std::move(key)};
 }
 
 int Threads::make_group(const std::vector<std::string>& addresses, const GroupChat& chat) {

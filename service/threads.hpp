@@ -42,6 +42,8 @@ class Threads {
 
   /// The thread with exactly these participants, made when there is none. Refused when an address is empty.
   ThreadInfo find_or_make(const std::vector<std::string>& addresses);
+  /// As `find_or_make`, for a group chat. Of several the oldest is found.
+  ThreadInfo find_or_make_group(const std::vector<std::string>& addresses);
   int make_group(const std::vector<std::string>& addresses, const GroupChat& chat);
 
   void message_added(const Message& message);
@@ -67,6 +69,7 @@ class Threads {
     Tally& operator+=(const Tally& other);
   };
 
+  ThreadInfo find_or_make(const std::vector<std::string>& addresses, const GroupChat* chat);
   int make(const std::string& key, const std::vector<std::string>& addresses, const GroupChat* chat);
   void add_participant(int thread_id, const std::string& address);
   void count(int id, const Tally& difference);

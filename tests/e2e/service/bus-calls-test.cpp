@@ -152,35 +152,6 @@ TEST_F(BusCalls, ARefusedMessageHasNoId) {
   EXPECT_THAT(client.send("", "nobody"), ElementsAre(0, -3));
 }
 
-struct NotImplemented {
-  const char* method;
-  const char* arguments;
-  std::vector<int> reply;
-};
-
-class LaterCommands : public ServiceOnBus, public testing::WithParamInterface<NotImplemented> {};
-
-TEST_P(LaterCommands, AreAnsweredWithAStatusOfTheirOwn) {
-  Client client(bus.address());
-  GVariant* arguments = g_variant_new_parsed(GetParam().arguments);
-  EXPECT_EQ(client.call(GetParam().method, arguments).integers(), GetParam().reply);
-}
-
-INSTANTIATE_TEST_SUITE_P(EachCommand, LaterCommands,
-                         testing::Values(NotImplemented{"nms_add_message", "(<(b'x',)>, 1)", {-6}},
-                                         NotImplemented{"nms_delete_message_by_time", "(1,)", {-6}},
-                                         NotImplemented{"nms_send_message", "('sms', 0, 'a', 'b', '')", {0, -6}},
-                                         NotImplemented{"nms_resend_message", "(1,)", {-6}},
-                                         NotImplemented{"nms_add_msg_meta", "(<(b'x',)>, 1)", {-6}},
-                                         NotImplemented{"nms_update_msg_meta", "(1, 'o', <(b'x',)>, 1)", {-6}},
-                                         NotImplemented{"nms_delete_msg_meta", "(1, 'o')", {-6}},
-                                         NotImplemented{"nms_delete_invalid_msg_meta", "@() ()", {-6}},
-                                         NotImplemented{"nms_handle_resetbox", "@() ()", {-6}},
-                                         NotImplemented{"nms_download_mms", "(1,)", {-6}},
-                                         NotImplemented{"nms_update_message_network_status", "(1, 2)", {-6}},
-                                         NotImplemented{"nms_update_subscription_info", "(uint64 1, 't')", {-6}}),
-                         [](const auto& row) { return row.param.method; });
-
 struct Malformed {
   const char* name;
   const char* method;
@@ -199,12 +170,18 @@ TEST_P(MalformedCalls, AreAnsweredWithAnErrorAndDoNoHarm) {
 
 INSTANTIATE_TEST_SUITE_P(
     EachKind, MalformedCalls,
-    testing::Values(Malformed{"UnknownMethod", "frobnicate", "(1,)", "org.freedesktop.DBus.Error.UnknownMethod"},
-                    Malformed{"TooFewArguments", "read_message", "(1,)", "org.freedesktop.DBus.Error.InvalidArgs"},
-                    Malformed{"TextForNumber", "read_thread", "('1',)", "org.freedesktop.DBus.Error.InvalidArgs"},
-                    Malformed{"TextForArray", "delete_threads", "(<'1'>,)", "org.freedesktop.DBus.Error.InvalidArgs"},
-                    Malformed{"OtherArray", "delete_threads", "(<[int64 1]>,)",
-                              "org.freedesktop.DBus.Error.InvalidArgs"}),
+    testing::Values(
+        Malformed{"UnknownMethod", "frobnicate", "(1,)", "org.freedesktop.DBus.Error.UnknownMethod"},
+        Malformed{"TooFewArguments", "read_message", "(1,)", "org.freedesktop.DBus.Error.InvalidArgs"},
+        Malformed{"TextForNumber", "read_thread", "('1',)", "org.freedesktop.DBus.Error.InvalidArgs"},
+        Malformed{"TextForArray", "delete_threads", "(<'1'>,)", "org.freedesktop.DBus.Error.InvalidArgs"},
+        Malformed{"OtherArray", "delete_threads", "(<[int64 1]>,)", "org.freedesktop.DBus.Error.InvalidArgs"},
+        Malformed{"BytesWithoutATuple", "nms_add_message", "(<b'{}'>, 3)", "org.freedesktop.DBus.Error.InvalidArgs"},
+        Malformed{"TextInATuple", "nms_add_msg_meta", "(<('{}',)>, 2)", "org.freedesktop.DBus.Error.InvalidArgs"},
+        Malformed{"MoreThanBytes", "nms_update_msg_meta", "(1, 'o', <(b'{}', 3)>, 3)",
+                  "org.freedesktop.DBus.Error.InvalidArgs"},
+        Malformed{"SignedIndex", "nms_update_subscription_info", "(int64 1, 't')",
+                  "org.freedesktop.DBus.Error.InvalidArgs"}),
     [](const auto& row) { return row.param.name; });
 
 using Types = std::vector<std::uint8_t>;
