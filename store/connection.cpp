@@ -38,16 +38,21 @@ bool is_fresh(sqlite3* database) {
   return statement.step() && statement.integer(0) == 0;
 }
 
+void check_version(int version) {
+  if (version == schema::SCHEMA_VERSION) return;
+  const std::string versions = "the message store has schema version " + std::to_string(version) +
+                               ", this library reads version " + std::to_string(schema::SCHEMA_VERSION);
+  if (version > schema::SCHEMA_VERSION) throw StoreError(DB_NEWER_SCHEMA, versions + ": update it");
+  throw StoreError(DB_OLDER_SCHEMA, versions + ": start the service");
+}
+
 void check_identity(sqlite3* database, const std::string& path) {
   const schema::Identity identity = schema::read_identity(database);
   const bool fresh = identity.application_id == 0 && identity.version == 0 && is_fresh(database);
   if (identity.application_id != schema::APPLICATION_ID && !fresh) {
     throw StoreError(DB_CORRUPT, path + " is a database of another application");
   }
-  const std::string versions = "the message store has schema version " + std::to_string(identity.version) +
-                               ", this library reads version " + std::to_string(schema::SCHEMA_VERSION);
-  if (identity.version > schema::SCHEMA_VERSION) throw StoreError(DB_NEWER_SCHEMA, versions + ": update it");
-  if (identity.version < schema::SCHEMA_VERSION) throw StoreError(DB_OLDER_SCHEMA, versions + ": start the service");
+  check_version(identity.version);
 }
 
 schema::Database open(const std::string& path) try {
@@ -70,6 +75,14 @@ schema::Statement& Connection::statement(std::string_view sql) {
   auto found = _statements.find(sql);
   if (found == _statements.end()) found = _statements.emplace(sql, schema::Statement(_database.get(), sql)).first;
   return found->second;
+}
+
+// A statement that stands on its row keeps the read transaction open: the version is that of what is read next.
+schema::Statement& Connection::begin_snapshot() {
+  auto& version = statement("PRAGMA user_version");
+  version.step();
+  check_version(static_cast<int>(version.integer(0)));
+  return version;
 }
 
 bool Connection::is_stale() const {

@@ -24,7 +24,13 @@ class StoreError : public std::runtime_error {
   Status _status;
 };
 
-/// An open database that has this version's schema, and the statements that were prepared on it.
+/// A query with arguments that no store could answer.
+class InvalidArgument : public StoreError {
+ public:
+  explicit InvalidArgument(const std::string& what) : StoreError(DB_INVALID_ARGUMENT, what) {}
+};
+
+/// An open database that had this version's schema when it was opened, and the statements that were prepared on it.
 class Connection {
  public:
   /// Throws `StoreError` for a database that can't be read, and says why.
@@ -32,6 +38,10 @@ class Connection {
 
   /// The statement of this SQL text: prepared at its first use, then kept.
   schema::Statement& statement(std::string_view sql);
+
+  /// Begins to read: until the returned statement is reset, all others see the store as it is now. Throws `StoreError`
+  /// when the store has been migrated to another schema.
+  schema::Statement& begin_snapshot();
 
   /// Whether another file, or none, has taken the place of the open one.
   bool is_stale() const;

@@ -37,7 +37,7 @@ std::string key_of(const std::vector<Address>& addresses) {
   std::transform(addresses.begin(), addresses.end(), texts.begin(),
                  [](const Address& address) { return address.address; });
   auto key = schema::address_key(texts);
-  if (!key) throw StoreError(DB_INVALID_ARGUMENT, "an address is missing, empty or not UTF-8 text");
+  if (!key) throw InvalidArgument("an address is missing, empty or not UTF-8 text");
   return *std::move(key);
 }
 
@@ -92,7 +92,7 @@ int db_get_addresses(int threadId, std::vector<Address>& list) {
 
 int db_check_thread_address_exist(const std::vector<Address>& addresses, int* threadId) {
   return answer(HERE, [&](Session& session) {
-    if (threadId == nullptr) throw StoreError(DB_INVALID_ARGUMENT, "threadId is null");
+    if (threadId == nullptr) throw InvalidArgument("threadId is null");
     const std::string key = key_of(addresses);
     auto& statement = session.statement(SELECT_THREAD_OF_ADDRESSES);
     const schema::ResetAtExit reset(statement);

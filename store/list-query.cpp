@@ -18,10 +18,10 @@ bool is_indexed(const std::string& keyword) { return schema::length_in_character
 
 std::string valid_keyword(const ListCondition& condition) {
   if (condition.num_a < 0 || condition.num_b < 0) {
-    throw StoreError(DB_INVALID_ARGUMENT, "a list's offset and limit must not be negative");
+    throw InvalidArgument("a list's offset and limit must not be negative");
   }
   auto folded = schema::fold(condition.keyword);
-  if (!folded) throw StoreError(DB_INVALID_ARGUMENT, "the keyword is not UTF-8 text");
+  if (!folded) throw InvalidArgument("the keyword is not UTF-8 text");
   return *std::move(folded);
 }
 

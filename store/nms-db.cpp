@@ -14,7 +14,7 @@ namespace msg_consumer::db {
 namespace {
 
 schema::Statement& nms_meta_statement(Session& session, int message_id, const std::string& object_id) {
-  if (message_id < 1 && object_id.empty()) throw StoreError(DB_INVALID_ARGUMENT, "neither message nor object id given");
+  if (message_id < 1 && object_id.empty()) throw InvalidArgument("neither message nor object id given");
   if (object_id.empty()) return session.statement(SELECT_NMS_META_OF_MESSAGE).bind(1, message_id);
   if (message_id < 1) return session.statement(SELECT_NMS_META_OF_OBJECT).bind(1, object_id);
   return session.statement(SELECT_NMS_META).bind(1, message_id).bind(2, object_id);
@@ -29,7 +29,7 @@ const char* uncorrelated_sql(NmsMsgMeta::CorrelationIdSearchType id_type) {
     case NmsMsgMeta::SEARCH_CONTAINED:
       return SELECT_UNCORRELATED_BY_PART;
   }
-  throw StoreError(DB_INVALID_ARGUMENT, "unknown way to compare a correlation id");
+  throw InvalidArgument("unknown way to compare a correlation id");
 }
 
 bool is_group_chat(NmsMsgMeta::CorrelationType type) {
@@ -39,7 +39,7 @@ bool is_group_chat(NmsMsgMeta::CorrelationType type) {
     case NmsMsgMeta::CORRELATION_GROUPCHAT:
       return true;
   }
-  throw StoreError(DB_INVALID_ARGUMENT, "unknown type of correlation");
+  throw InvalidArgument("unknown type of correlation");
 }
 
 }  // namespace
@@ -81,7 +81,7 @@ int db_get_subscription_info(unsigned long long& notiIndex, std::string& restart
 
 int db_has_download_required_message(bool* exist) {
   return answer(HERE, [&](Session& session) {
-    if (exist == nullptr) throw StoreError(DB_INVALID_ARGUMENT, "exist is null");
+    if (exist == nullptr) throw InvalidArgument("exist is null");
     auto& statement = session.statement(SELECT_HAS_DOWNLOAD_REQUIRED);
     const schema::ResetAtExit reset(statement);
     *exist = statement.step() && statement.integer(0) != 0;

@@ -95,8 +95,14 @@ Registry& registry() {
   return instance;
 }
 
-// A plain pointer, which outlives the thread's objects with destructors.
+// Plain values, which outlive the thread's objects with destructors.
 thread_local Reader* current_reader = nullptr;
+thread_local bool thread_ends = false;
+
+void remove_current_reader() {
+  const std::unique_ptr<Reader> reader(std::exchange(current_reader, nullptr));
+  if (reader) registry().remove(reader.get());
+}
 
 void register_fork_handlers() {
   const int error = pthread_atfork([] { registry().before_fork(); }, [] { registry().after_fork_in_parent(); },
@@ -104,14 +110,15 @@ void register_fork_handlers() {
   if (error != 0) throw std::system_error(error, std::generic_category());
 }
 
+/// Removes the thread's reader at its end. Other objects' destructors may read even later: then each query does so.
 class ThreadEnd {
  public:
   ThreadEnd() = default;
   ThreadEnd(const ThreadEnd&) = delete;
   ThreadEnd& operator=(const ThreadEnd&) = delete;
   ~ThreadEnd() {
-    const std::unique_ptr<Reader> reader(std::exchange(current_reader, nullptr));
-    if (reader) registry().remove(reader.get());
+    thread_ends = true;
+    remove_current_reader();
   }
 };
 
@@ -151,17 +158,28 @@ Status status_of(const schema::SqliteError& error) {
 Session::Session() : _reader(this_threads_reader()), _busy(_reader.busy) {}
 
 Session::~Session() {
+  _snapshot.reset();
   _busy.unlock();
-  _reader.close_if_wanted();
+  if (thread_ends) {
+    remove_current_reader();
+  } else {
+    _reader.close_if_wanted();
+  }
 }
 
 Connection& Session::connection() {
-  if (_reader.connection && _reader.connection->is_stale()) _reader.connection.reset();
-  if (!_reader.connection) _reader.connection.emplace(schema::database_path());
-  return *_reader.connection;
+  auto& connection = _reader.connection;
+  if (_snapshot) return *connection;
+  if (connection && connection->is_stale()) connection.reset();
+  if (!connection) connection.emplace(schema::database_path());
+  _snapshot.emplace(connection->begin_snapshot());
+  return *connection;
 }
 
-void Session::drop() { _reader.connection.reset(); }
+void Session::drop() {
+  _snapshot.reset();
+  _reader.connection.reset();
+}
 
 void close_all_connections() noexcept { registry().close_all(); }
 

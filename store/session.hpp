@@ -6,6 +6,7 @@
 
 #include <memory>
 #include <mutex>
+#include <optional>
 #include <string_view>
 
 #include <msg-consumer-platform/logging.hpp>
@@ -16,7 +17,8 @@ namespace msg_consumer::db {
 
 class Reader;
 
-/// One query's hold on its thread's connection. Meanwhile nobody closes it, and the process does not fork.
+/// One query's hold on its thread's connection. Meanwhile nobody closes it, and the process does not fork. All that
+/// the query reads is of one state of the store.
 class Session {
  public:
   Session();
@@ -24,7 +26,7 @@ class Session {
   Session(const Session&) = delete;
   Session& operator=(const Session&) = delete;
 
-  /// Opens the store unless it is open.
+  /// Opens the store unless it is open, and makes sure that it has this version's schema.
   Connection& connection();
 
   /// A statement on the open store.
@@ -36,6 +38,7 @@ class Session {
  private:
   Reader& _reader;
   std::unique_lock<std::mutex> _busy;
+  std::optional<schema::ResetAtExit> _snapshot;
 };
 
 /// Closes the connections of all threads: idle ones at once, the others at the end of their queries.
@@ -51,6 +54,8 @@ int answer(const CallSite& site, Query query) noexcept {
     Session session;
     try {
       return query(session);
+    } catch (const InvalidArgument&) {
+      throw;
     } catch (...) {
       session.drop();
       throw;

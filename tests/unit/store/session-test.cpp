@@ -151,6 +151,20 @@ TEST_F(OpenFiles, AFailedQueryClosesItsConnectionSoThatTheNextOneLooksAnew) {
   EXPECT_EQ(open_files(_store), 0);
 }
 
+TEST_F(OpenFiles, AnInvalidArgumentLeavesTheConnectionOpen) {
+  EXPECT_EQ(count_messages(), 1);
+  ListCondition condition;
+  condition.num_b = -1;
+  std::vector<Message> messages;
+  EXPECT_EQ(db_get_message_list(condition, messages), DB_INVALID_ARGUMENT);
+  EXPECT_EQ(open_files(_store), 1);
+  EXPECT_EQ(db_check_thread_address_exist({}, nullptr), DB_INVALID_ARGUMENT);
+  EXPECT_EQ(open_files(_store), 1);
+  NmsMsgMeta meta;
+  EXPECT_EQ(db_get_nms_msg_meta(0, "", meta), DB_INVALID_ARGUMENT);
+  EXPECT_EQ(open_files(_store), 1);
+}
+
 TEST_F(OpenFiles, AForkedChildOpensAConnectionOfItsOwn) {
   EXPECT_EQ(count_messages(), 1);
   test::Process child([this] {
@@ -193,7 +207,7 @@ struct LateReader {
   static inline std::atomic<int> result = 0;
 };
 
-TEST_F(Sessions, AThreadMayReadUntilItsVeryEnd) {
+TEST_F(OpenFiles, AThreadMayReadUntilItsVeryEnd) {
   std::thread reader([] {
     thread_local const LateReader late;
     static_cast<void>(&late);
@@ -201,6 +215,7 @@ TEST_F(Sessions, AThreadMayReadUntilItsVeryEnd) {
   });
   reader.join();
   EXPECT_EQ(LateReader::result, 1);
+  EXPECT_EQ(open_files(_store), 0);
 }
 
 TEST_F(Sessions, TheProcessMayReadUntilItsVeryEnd) {
