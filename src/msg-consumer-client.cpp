@@ -57,11 +57,11 @@ int refuse(const CallSite& site, const char* text) {
   return MSG_CONSUMER_ERROR_INVALID_PARAMETER;
 }
 
-/// Runs a function's body so that no exception leaves the C API.
+/// Runs a function's body, which is called with the function's place, so that no exception leaves the C API.
 template <typename Body>
 int guarded(const CallSite& site, Body body) noexcept {
   try {
-    return body();
+    return body(site);
   } catch (const std::bad_alloc&) {
     LOG_ERROR(site, "[ERROR] Failed to allocate memory!");
     return MSG_CONSUMER_ERROR_OUT_OF_MEMORY;
@@ -73,21 +73,25 @@ int guarded(const CallSite& site, Body body) noexcept {
 
 /// Runs one request; `operation` is called with the request object.
 template <typename Request, typename Operation>
-int command(const CallSite& site, const char* name, Operation operation) {
-  return guarded(site, [&] { return status_of(run_request<Request>(site, name, operation)); });
+int command(const CallSite& here, const char* name, Operation operation) {
+  return guarded(here, [&](const CallSite& site) { return status_of(run_request<Request>(site, name, operation)); });
 }
+
+// What this library and the store's hand out is released with the C library's free(): that is the contract.
+// NOLINTNEXTLINE(cppcoreguidelines-no-malloc,cppcoreguidelines-owning-memory)
+void release(void* block) { std::free(block); }
 
 /// Serialises a record with `serialise` and runs one request with the text; `operation` is called with the request
 /// object, the text and its length.
 template <typename Record, typename Operation>
-int command_serialised(const CallSite& site, const char* name, const char* serialiser,
+int command_serialised(const CallSite& here, const char* name, const char* serialiser,
                        int (*serialise)(const Record*, char**), const Record* record, Operation operation) {
-  return guarded(site, [&] {
+  return guarded(here, [&](const CallSite& site) {
     const auto request = make_request<CNmsSync>(site);
     if (!request) return static_cast<int>(MSG_CONSUMER_ERROR_OUT_OF_MEMORY);
     char* serialised = nullptr;
     const int length = serialise(record, &serialised);
-    const Owned<char, std::free> buffer(serialised);
+    const Owned<char, release> buffer(serialised);
     if (length <= 0) {
       LOG_ERROR(site, "[ERROR] %s() failed!", serialiser);
       return static_cast<int>(MSG_CONSUMER_ERROR_OPERATION_FAILED);
@@ -328,9 +332,9 @@ int lookup_status(const CallSite& site, const char* name, int result) { return q
 
 /// Reads one record with `query`, which is called with an empty one, and converts it into `output`.
 template <typename Record, typename Public, typename Query>
-int query_record(const CallSite& site, const char* name, Query query, void (*convert)(const Record&, Public*),
+int query_record(const CallSite& here, const char* name, Query query, void (*convert)(const Record&, Public*),
                  Public* output) {
-  return guarded(site, [&] {
+  return guarded(here, [&](const CallSite& site) {
     Record record;
     const int result = query(record);
     if (result == RESULT_OK) convert(record, output);
@@ -343,9 +347,9 @@ enum class WithoutRecord { DISCARD, APPEND };
 
 /// Reads a list with `query`, which is called with an empty vector, and appends its records to the handle's list.
 template <typename Record, typename Public, typename Query>
-int query_list(const CallSite& site, const char* name, Query query, void (*convert)(const Record&, Public*),
+int query_list(const CallSite& here, const char* name, Query query, void (*convert)(const Record&, Public*),
                msg_list_handle_t* handle, WithoutRecord without_record = WithoutRecord::DISCARD) {
-  return guarded(site, [&] {
+  return guarded(here, [&](const CallSite& site) {
     std::vector<Record> records;
     const int result = query(records);
     if (result == RESULT_OK || (result == RESULT_NO_RECORD && without_record == WithoutRecord::APPEND)) {
@@ -372,9 +376,6 @@ ListCondition to_list_condition(const msg_list_condition_t& from) {
 }
 
 // ---- Releases ----
-
-// What this library hands out is released with the C library's free(): that is its contract with applications.
-void release(void* block) { std::free(block); }  // NOLINT(cppcoreguidelines-no-malloc)
 
 template <typename Record>
 void release_elements(GSList* list, void (*release_element)(Record*)) {
@@ -452,7 +453,7 @@ EventType to_event_type(int type) { return static_cast<EventType>(type + 1); }
 // ---- Connection and events ----
 
 int msg_consumer_connect() {
-  return guarded(HERE, [site = HERE] {
+  return guarded(HERE, [](const CallSite& site) {
     int service_status = 0;
     if (const int result = preference_get_int(PREFERENCE_SERVICE_STATUS, &service_status); result != 0) {
       LOG_ERROR(site, "[ERROR] preference_get_int() for (%s) failed: (%d) ", PREFERENCE_SERVICE_STATUS, result);
@@ -469,7 +470,7 @@ int msg_consumer_connect() {
 }
 
 int msg_consumer_disconnect() {
-  return guarded(HERE, [site = HERE] {
+  return guarded(HERE, [](const CallSite& site) {
     static_cast<void>(deinit_db());
     // The text names connect although it is disconnect.
     return with_proxy(site, "IPCProxy::connect", [](IPCProxy& proxy) { return proxy.disconnect(); });
@@ -478,7 +479,7 @@ int msg_consumer_disconnect() {
 
 int msg_consumer_event_subscribe(int type, msg_consumer_event_cb cb, void* user_data) {
   if (!is_event_type(HERE, type)) return MSG_CONSUMER_ERROR_OUT_OF_MEMORY;
-  return guarded(HERE, [&, site = HERE] {
+  return guarded(HERE, [&](const CallSite& site) {
     return with_proxy(site, "IPCProxy::subscribe",
                       [&](IPCProxy& proxy) { return proxy.subscribe(to_event_type(type), cb, user_data); });
   });
@@ -486,7 +487,7 @@ int msg_consumer_event_subscribe(int type, msg_consumer_event_cb cb, void* user_
 
 int msg_consumer_event_unsubscribe(int type, msg_consumer_event_cb cb) {
   if (!is_event_type(HERE, type)) return MSG_CONSUMER_ERROR_OUT_OF_MEMORY;
-  return guarded(HERE, [&, site = HERE] {
+  return guarded(HERE, [&](const CallSite& site) {
     return with_proxy(site, "IPCProxy::unsubscribe",
                       [&](IPCProxy& proxy) { return proxy.unsubscribe(to_event_type(type), cb); });
   });
@@ -658,7 +659,7 @@ int msg_consumer_get_message_list(msg_list_handle_t* msg_item_list, msg_list_con
 int msg_consumer_get_thread_id_by_address(const char* address, int* thread_id) {
   if (address == nullptr) return refuse(HERE, "[ERROR] Input parameter: addressNum is nullptr!");
   if (thread_id == nullptr) return refuse(HERE, "[ERROR] Input parameter: threadId is nullptr!");
-  return guarded(HERE, [&, site = HERE] {
+  return guarded(HERE, [&](const CallSite& site) {
     Address participant;
     participant.address = address;
     participant.num_b = 1;
@@ -688,7 +689,7 @@ int msg_consumer_nms_get_message_network_status(int msgId, int* subType, int* ne
   if (!has_numbersync(HERE)) return MSG_CONSUMER_ERROR_NOT_SUPPORTED;
   if (subType == nullptr) return refuse(HERE, "[ERROR] Invalid parameter: subType is nullptr!");
   if (networkStatus == nullptr) return refuse(HERE, "[ERROR] Invalid parameter: networkStatus is nullptr!");
-  return guarded(HERE, [&, site = HERE] {
+  return guarded(HERE, [&](const CallSite& site) {
     Message message;
     const int result = db_get_message(msgId, message);
     if (result == RESULT_OK) {
@@ -811,7 +812,7 @@ int msg_consumer_nms_get_msg_meta(int msgId, const char* objectId, msg_nms_msg_m
 int msg_consumer_nms_check_download_required_msg_exist(bool* exist) {
   if (!has_numbersync(HERE)) return MSG_CONSUMER_ERROR_NOT_SUPPORTED;
   if (exist == nullptr) return refuse(HERE, "[ERROR] Invalid parameter: exist is nullptr!");
-  return guarded(HERE, [&, site = HERE] {
+  return guarded(HERE, [&](const CallSite& site) {
     return lookup_status(site, "db_has_download_required_message", db_has_download_required_message(exist));
   });
 }
@@ -859,7 +860,7 @@ int msg_consumer_nms_get_download_required_msg_meta_list(msg_list_handle_t* msg_
 int msg_consumer_nms_get_mssi_info(msg_nms_mssi_info_t* mssi_info) {
   if (!has_numbersync(HERE)) return MSG_CONSUMER_ERROR_NOT_SUPPORTED;
   if (mssi_info == nullptr) return refuse(HERE, "[ERROR] Invalid parameter: mssi_info is nullptr!");
-  return guarded(HERE, [&, site = HERE] {
+  return guarded(HERE, [&](const CallSite& site) {
     unsigned long long noti_index = 0;
     std::string restart_token;
     const int result = db_get_subscription_info(noti_index, restart_token);

@@ -20,16 +20,16 @@ int CThreadSync::deleteThread(int threadId) {
 
 int CThreadSync::deleteThreads(const std::vector<int>& threadIds) {
   LOG_WARNING(HERE, "size of threadIds: (%d)", static_cast<int>(threadIds.size()));
-  return request_built(HERE, ORDINARY_LOOKUP, MsgIPC::DELETE_THREADS, nullptr,
-                       [&threadIds, site = HERE](const std::string& format) {
-                         GVariantBuilder ids;
-                         g_variant_builder_init(&ids, G_VARIANT_TYPE("ai"));
-                         for (const int threadId : threadIds) {
-                           LOG_WARNING(site, "threadId: (%d)", threadId);
-                           g_variant_builder_add(&ids, "i", threadId);
-                         }
-                         return pack(format, own(g_variant_builder_end(&ids)));
-                       });
+  const CallSite here = HERE;
+  return request_built(here, ORDINARY_LOOKUP, MsgIPC::DELETE_THREADS, nullptr, [&](const std::string& format) {
+    GVariantBuilder ids;
+    g_variant_builder_init(&ids, G_VARIANT_TYPE("ai"));
+    for (const int threadId : threadIds) {
+      LOG_WARNING(here, "threadId: (%d)", threadId);
+      g_variant_builder_add(&ids, "i", threadId);
+    }
+    return pack(format, own(g_variant_builder_end(&ids)));
+  });
 }
 
 int CThreadSync::setActiveThread(int threadId) {
