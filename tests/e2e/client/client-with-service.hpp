@@ -7,7 +7,9 @@
 #include <msg-consumer-platform/preference.h>
 #include <msg-consumer/msg-consumer-client.h>
 
+#include <algorithm>
 #include <cstdlib>
+#include <ctime>
 #include <memory>
 #include <nlohmann/json.hpp>
 #include <string>
