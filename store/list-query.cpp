@@ -14,7 +14,9 @@ namespace {
 // The index holds runs of this many characters: it finds nothing for shorter keywords.
 constexpr std::size_t MIN_INDEXED_LENGTH = 3;
 
-bool is_indexed(const std::string& keyword) { return schema::length_in_characters(keyword) >= MIN_INDEXED_LENGTH; }
+constexpr const char* WITH_NMS_META = " LEFT JOIN nms_meta AS n ON n.id = m.nms_meta_id";
+
+bool is_limited(const ListCondition& condition) { return condition.num_a > 0 || condition.num_b > 0; }
 
 std::string valid_keyword(const ListCondition& condition) {
   if (condition.num_a < 0 || condition.num_b < 0) {
@@ -40,33 +42,59 @@ std::string json_array(const std::vector<int>& ids) {
 
 }  // namespace
 
+// No index has the messages of several threads, or the hits of a keyword, in a list's order. What has to be sorted for
+// a limited list is therefore the ids alone: the messages left over by the limit are read whole afterwards.
 ListQuery::ListQuery(const ListCondition& condition) : _keyword(valid_keyword(condition)) {
-  select_messages();
-  if (!_keyword.empty()) where_keyword();
-  if (!condition.thread_ids.empty()) where_threads(condition.thread_ids);
-  if (condition.num_type != 0) where("m.type = ?", condition.num_type);
-  // A literal, so that the index of unread messages is chosen.
-  if (condition.flag_y != 0) where("m.is_read = 0");
-  _sql += condition.flag_x != 0 ? " ORDER BY m.time_ms DESC, m.id DESC" : " ORDER BY m.time_ms, m.id";
-  if (condition.num_a > 0 || condition.num_b > 0) {
-    _sql += " LIMIT ? OFFSET ?";
-    _values.emplace_back(std::int64_t{condition.num_b > 0 ? condition.num_b : -1});
-    _values.emplace_back(std::int64_t{condition.num_a});
+  const bool is_sorted = has_indexed_keyword() || condition.thread_ids.size() > 1;
+  const bool ids_first = is_sorted && is_limited(condition);
+  _sql = "SELECT " MESSAGE_COLUMNS " FROM ";
+  if (ids_first) _sql += "(SELECT m.id FROM ";
+  add_tables();
+  if (!ids_first) _sql += WITH_NMS_META;
+  add_conditions(condition);
+  add_order(condition);
+  add_limit(condition);
+  if (ids_first) {
+    _sql.append(") AS listed CROSS JOIN message AS m ON m.id = listed.id").append(WITH_NMS_META);
+    add_order(condition);
   }
 }
 
+bool ListQuery::has_indexed_keyword() const { return schema::length_in_characters(_keyword) >= MIN_INDEXED_LENGTH; }
+
 // CROSS JOIN keeps the order in which the tables are visited: from the index's hits to their messages; for a short
 // keyword from the messages in the list's order to their texts, so that a limited list stops early.
-void ListQuery::select_messages() {
-  _sql = "SELECT " MESSAGE_COLUMNS " FROM ";
+void ListQuery::add_tables() {
   if (_keyword.empty()) {
     _sql += "message AS m";
-  } else if (is_indexed(_keyword)) {
+  } else if (has_indexed_keyword()) {
     _sql += "message_search CROSS JOIN message AS m ON m.id = message_search.rowid";
   } else {
     _sql += "message AS m CROSS JOIN message_text AS t ON t.message_id = m.id";
   }
-  _sql += " LEFT JOIN nms_meta AS n ON n.id = m.nms_meta_id";
+}
+
+void ListQuery::add_conditions(const ListCondition& condition) {
+  if (!_keyword.empty()) where_keyword();
+  if (!condition.thread_ids.empty()) where_threads(condition.thread_ids);
+  if (condition.num_type != 0) {
+    // The + keeps the condition from an index: threads and unread messages are fewer than those of a type.
+    const bool is_narrowed = !condition.thread_ids.empty() || condition.flag_y != 0;
+    where(is_narrowed ? "+m.type = ?" : "m.type = ?", condition.num_type);
+  }
+  // A literal, so that the index of unread messages is chosen.
+  if (condition.flag_y != 0) where("m.is_read = 0");
+}
+
+void ListQuery::add_order(const ListCondition& condition) {
+  _sql += condition.flag_x != 0 ? " ORDER BY m.time_ms DESC, m.id DESC" : " ORDER BY m.time_ms, m.id";
+}
+
+void ListQuery::add_limit(const ListCondition& condition) {
+  if (!is_limited(condition)) return;
+  _sql += " LIMIT ? OFFSET ?";
+  _values.emplace_back(std::int64_t{condition.num_b > 0 ? condition.num_b : -1});
+  _values.emplace_back(std::int64_t{condition.num_a});
 }
 
 void ListQuery::where(const char* predicate) { _sql.append(std::exchange(_conjunction, " AND ")).append(predicate); }
@@ -77,7 +105,7 @@ void ListQuery::where(const char* predicate, Value value) {
 }
 
 void ListQuery::where_keyword() {
-  if (is_indexed(_keyword)) {
+  if (has_indexed_keyword()) {
     where("message_search MATCH ?", quoted(_keyword));
   } else {
     where("instr(t.folded, ?) > 0", _keyword);

@@ -27,11 +27,15 @@ class ListQuery {
  private:
   using Value = std::variant<std::int64_t, std::string>;
 
-  void select_messages();
+  void add_tables();
+  void add_conditions(const ListCondition& condition);
+  void add_order(const ListCondition& condition);
+  void add_limit(const ListCondition& condition);
   void where(const char* predicate);
   void where(const char* predicate, Value value);
   void where_keyword();
   void where_threads(const std::vector<int>& ids);
+  bool has_indexed_keyword() const;
 
   std::string _keyword;
   std::string _sql;

@@ -49,6 +49,7 @@ CREATE TABLE message (
 ) STRICT;
 CREATE INDEX message_by_thread ON message (thread_id, time_ms, id);
 CREATE INDEX message_by_time ON message (time_ms, id);
+CREATE INDEX message_by_type ON message (type, time_ms, id);
 CREATE INDEX message_unread ON message (thread_id, time_ms, id) WHERE is_read = 0;
 CREATE INDEX message_unread_by_time ON message (time_ms, id) WHERE is_read = 0;
 CREATE INDEX message_in_flight ON message (delivery, id) WHERE delivery IN (1, 2);

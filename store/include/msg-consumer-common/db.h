@@ -11,8 +11,8 @@
 // A query opens the store itself when `init_db` has not been called; no connection to the service is needed. Queries
 // may run on any thread: each thread has a connection of its own, closed at the thread's end or by `deinit_db`. `fork`
 // waits for the queries that are running and closes all connections; parent and child open their own again. Queries
-// do not wait for the writer. A lock that keeps one out all the same, during a recovery for example, is waited for about
-// a second; then the status is `DB_LOCKED`.
+// do not wait for the writer. A lock that keeps one out all the same, during a recovery for example, is waited for
+// about a second; then the status is `DB_LOCKED`.
 
 #include <string>
 #include <vector>

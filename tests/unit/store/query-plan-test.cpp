@@ -45,6 +45,7 @@ TEST_P(ListPlan, UsesItsIndex) {
       const std::string steps = plan(store, ListQuery(condition).sql());
       EXPECT_NE(steps.find(GetParam().step), std::string::npos) << steps;
       EXPECT_EQ(steps.find(SORTING) != std::string::npos, GetParam().sorted) << steps;
+      EXPECT_EQ(steps.find("CO-ROUTINE listed") != std::string::npos, GetParam().sorted && limit > 0) << steps;
       EXPECT_NE(steps.find("SEARCH n USING INTEGER PRIMARY KEY"), std::string::npos) << steps;
     }
   }
@@ -60,6 +61,13 @@ constexpr ListRow LISTS[] = {
        c.num_type = 2;
      },
      "SEARCH m USING INDEX message_by_thread (thread_id=?)", false},
+    {"OneType", [](ListCondition& c) { c.num_type = 2; }, "SEARCH m USING INDEX message_by_type (type=?)", false},
+    {"UnreadOfOneType",
+     [](ListCondition& c) {
+       c.flag_y = 1;
+       c.num_type = 2;
+     },
+     "SCAN m USING INDEX message_unread_by_time", false},
     {"Unread", [](ListCondition& c) { c.flag_y = 1; }, "SCAN m USING INDEX message_unread_by_time", false},
     {"UnreadOfOneThread",
      [](ListCondition& c) {
@@ -71,7 +79,25 @@ constexpr ListRow LISTS[] = {
      [](ListCondition& c) {
        c.thread_ids = {1, 2};
      },
+     "INDEX message_by_thread (thread_id=?)", true},
+    {"SeveralThreadsOfOneType",
+     [](ListCondition& c) {
+       c.thread_ids = {1, 2};
+       c.num_type = 2;
+     },
      "SEARCH m USING INDEX message_by_thread (thread_id=?)", true},
+    {"IndexedKeywordOfOneType",
+     [](ListCondition& c) {
+       c.keyword = "abc";
+       c.num_type = 2;
+     },
+     "SCAN message_search VIRTUAL TABLE INDEX", true},
+    {"ShortKeywordOfOneType",
+     [](ListCondition& c) {
+       c.keyword = "ab";
+       c.num_type = 2;
+     },
+     "SEARCH m USING INDEX message_by_type (type=?)", false},
     {"IndexedKeyword", [](ListCondition& c) { c.keyword = "abc"; }, "SCAN message_search VIRTUAL TABLE INDEX", true},
     {"ShortKeyword", [](ListCondition& c) { c.keyword = "ab"; }, "SCAN m USING INDEX message_by_time", false},
     {"ShortKeywordInOneThread",
@@ -83,6 +109,46 @@ constexpr ListRow LISTS[] = {
 };
 
 INSTANTIATE_TEST_SUITE_P(Lists, ListPlan, testing::ValuesIn(LISTS), test::name_of_row);
+
+/// Counts the pages of the database that a list reads, most of them parts of large messages.
+int pages_read(TestStore& store, const ListCondition& condition) {
+  const ListQuery query(condition);
+  schema::Statement statement(store.database(), query.sql());
+  query.bind(statement);
+  int hits = 0;
+  int misses = 0;
+  int highest = 0;
+  sqlite3_db_status(store.database(), SQLITE_DBSTATUS_CACHE_HIT, &hits, &highest, 1);
+  sqlite3_db_status(store.database(), SQLITE_DBSTATUS_CACHE_MISS, &misses, &highest, 1);
+  while (statement.step()) {
+  }
+  sqlite3_db_status(store.database(), SQLITE_DBSTATUS_CACHE_HIT, &hits, &highest, 1);
+  sqlite3_db_status(store.database(), SQLITE_DBSTATUS_CACHE_MISS, &misses, &highest, 1);
+  return hits + misses;
+}
+
+TEST(LimitedList, ReadsOnlyTheMessagesThatItReturnsWhole) {
+  constexpr int MESSAGES = 60;
+  constexpr int PAGES_OF_A_MESSAGE = 10;
+  TestStore store;
+  const int thread = store.add_thread({"1"});
+  for (int i = 0; i < MESSAGES; ++i) {
+    const int id = store.add_message(test::make_message(thread, "find me", i));
+    store.execute("UPDATE message SET packed = zeroblob(4096 * " + std::to_string(PAGES_OF_A_MESSAGE) +
+                  ") WHERE id = " + std::to_string(id));
+  }
+
+  ListCondition several_threads;
+  several_threads.thread_ids = {thread, thread + 1};
+  ListCondition keyword;
+  keyword.keyword = "find me";
+  for (ListCondition condition : {several_threads, keyword}) {
+    const int whole = pages_read(store, condition);
+    EXPECT_GE(whole, MESSAGES * PAGES_OF_A_MESSAGE);
+    condition.num_b = 1;
+    EXPECT_LT(pages_read(store, condition), whole / 2);
+  }
+}
 
 struct FixedRow {
   const char* name;

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 #include <msg-consumer-common/db.h>
 
+#include <algorithm>
 #include <climits>
 
 #include "named-row.hpp"
@@ -343,6 +344,38 @@ TEST_F(MessageList, IsLimitedAndShifted) {
   EXPECT_THAT(list(condition), ElementsAre(_late));
   condition.num_a = 5;
   EXPECT_THAT(list(condition), IsEmpty());
+}
+
+// Where the list has to be sorted too, and with what is joined to each message.
+TEST_F(MessageList, IsASliceOfTheWholeListWhateverIsListed) {
+  for (int i = 0; i < 20; ++i) {
+    const int id = _store.add_message(make_message(i % 3 == 0 ? _other : _thread, "common words", i * 7 % 5));
+    NmsMsgMeta meta = test::sample<NmsMsgMeta>();
+    meta.msgId = id;
+    if (i % 2 == 0) _store.add_nms_meta(id, meta);
+  }
+  ListCondition threads;
+  threads.thread_ids = {_thread, _other};
+  ListCondition keyword;
+  keyword.keyword = "common";
+  ListCondition both = threads;
+  both.keyword = "common";
+  for (ListCondition condition : {ListCondition(), threads, keyword, both}) {
+    for (const int newest_first : {0, 1}) {
+      condition.flag_x = newest_first;
+      condition.num_a = condition.num_b = 0;
+      std::vector<Message> whole;
+      ASSERT_EQ(db_get_message_list(condition, whole), DB_OK);
+      for (condition.num_a = 0; condition.num_a < static_cast<int>(whole.size()); ++condition.num_a) {
+        condition.num_b = 3;
+        const auto begin = whole.begin() + condition.num_a;
+        const auto end = begin + std::min<std::ptrdiff_t>(condition.num_b, whole.end() - begin);
+        std::vector<Message> slice;
+        ASSERT_EQ(db_get_message_list(condition, slice), DB_OK);
+        EXPECT_TRUE(slice == std::vector<Message>(begin, end)) << condition.num_a;
+      }
+    }
+  }
 }
 
 TEST_F(MessageList, IsOfOneThreadOrOfSeveral) {
