@@ -39,7 +39,7 @@ class Files : public testing::Test {
 
   test::TempDir folder;
   fs::path root = folder.path() / "files";
-  ContentFiles files{{.database = folder.file("messages.db"), .files = root}};
+  ContentFiles files{root};
 };
 
 struct Odd {
