@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <fcntl.h>
 #include <glib.h>
-#include <glib/gstdio.h>
 #include <msg-consumer-platform/preference.h>
 #include <sys/file.h>
 #include <sys/stat.h>
@@ -10,20 +9,28 @@
 #include <algorithm>
 #include <array>
 #include <cerrno>
+#include <chrono>
+#include <cstddef>
+#include <cstdio>
 #include <cstdlib>
 #include <msg-consumer-platform/releaser.hpp>
 #include <string>
 #include <string_view>
+#include <thread>
 #include <utility>
 
 namespace {
 
 using msg_consumer::Owned;
 
+using File = Owned<std::FILE, std::fclose>;
 using KeyFile = Owned<GKeyFile, g_key_file_unref>;
 
 constexpr const char* group = "preferences";
 constexpr mode_t shared_mode = 0660;
+constexpr std::size_t size_limit = std::size_t{64} * 1024;
+constexpr std::chrono::seconds lock_patience{2};
+constexpr std::chrono::milliseconds lock_interval{1};
 
 enum class Type { Integer, Boolean };
 
@@ -43,7 +50,7 @@ constexpr std::array<Preference, 5> preferences{{
 
 std::string preference_path() {
   const char* path = secure_getenv("MSG_CONSUMER_PREFERENCES");
-  return path != nullptr ? path : "/var/lib/msg-consumer-preferences/preferences.ini";
+  return path != nullptr && *path != '\0' ? path : "/var/lib/msg-consumer-preferences/preferences.ini";
 }
 
 // Checks what every function checks first; `found` is set on success.
@@ -60,19 +67,70 @@ int find_preference(const char* key, Type type, const Preference*& found) {
   return position->type == type ? PREFERENCE_OK : PREFERENCE_WRONG_TYPE;
 }
 
+class FileDescriptor {
+ public:
+  explicit FileDescriptor(int fd) : _fd(fd) {}
+  FileDescriptor(const FileDescriptor&) = delete;
+  FileDescriptor& operator=(const FileDescriptor&) = delete;
+  FileDescriptor(FileDescriptor&& other) noexcept : _fd(std::exchange(other._fd, -1)) {}
+  FileDescriptor& operator=(FileDescriptor&&) = delete;
+  ~FileDescriptor() {
+    if (valid()) {
+      close(_fd);
+    }
+  }
+
+  [[nodiscard]] bool valid() const { return _fd >= 0; }
+  [[nodiscard]] int get() const { return _fd; }
+
+  /// A stream that closes the descriptor; empty when there is no descriptor.
+  File into_stream(const char* mode) && {
+    File stream(valid() ? fdopen(_fd, mode) : nullptr);
+    if (stream) {
+      _fd = -1;
+    }
+    return stream;
+  }
+
+ private:
+  int _fd;
+};
+
+// Opens a file that all members of the group use. Each of them can put anything in its place: a link's target is not
+// ours to touch, and a FIFO would have us wait for its other end.
+FileDescriptor open_shared(const std::string& path, int flags) {
+  constexpr int safe_flags = O_RDONLY | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY;
+  FileDescriptor file(open(path.c_str(), flags | safe_flags, shared_mode));
+  struct stat status {};
+  if (file.valid() && (fstat(file.get(), &status) != 0 || !S_ISREG(status.st_mode))) {
+    errno = EINVAL;
+    return FileDescriptor(-1);
+  }
+  return file;
+}
+
 // A file that is missing reads like an empty one.
+int read_content(const std::string& path, std::string& content) {
+  content.clear();
+  const File file = open_shared(path, 0).into_stream("r");
+  if (!file) {
+    return errno == ENOENT ? PREFERENCE_OK : PREFERENCE_UNREADABLE_FILE;
+  }
+  content.resize(size_limit + 1);
+  content.resize(std::fread(content.data(), 1, content.size(), file.get()));
+  return std::ferror(file.get()) == 0 && content.size() <= size_limit ? PREFERENCE_OK : PREFERENCE_UNREADABLE_FILE;
+}
+
 int load(const std::string& path, KeyFile& file) {
   file.reset(g_key_file_new());
+  std::string content;
+  const int status = read_content(path, content);
+  if (status != PREFERENCE_OK) {
+    return status;
+  }
   constexpr auto flags = static_cast<GKeyFileFlags>(G_KEY_FILE_KEEP_COMMENTS | G_KEY_FILE_KEEP_TRANSLATIONS);
-  GError* raw_error = nullptr;
-  if (g_key_file_load_from_file(file.get(), path.c_str(), flags, &raw_error) != FALSE) {
-    return PREFERENCE_OK;
-  }
-  const Owned<GError, g_error_free> error(raw_error);
-  if (g_error_matches(error.get(), G_FILE_ERROR, G_FILE_ERROR_NOENT) != FALSE) {
-    return PREFERENCE_OK;
-  }
-  return error->domain == G_KEY_FILE_ERROR ? PREFERENCE_MALFORMED_FILE : PREFERENCE_UNREADABLE_FILE;
+  const bool loaded = g_key_file_load_from_data(file.get(), content.data(), content.size(), flags, nullptr) != FALSE;
+  return loaded ? PREFERENCE_OK : PREFERENCE_MALFORMED_FILE;
 }
 
 // Reads one value with `get`, GKeyFile's reader of its type.
@@ -102,57 +160,61 @@ int read_value(const char* key, Type type, T* value) {
   return PREFERENCE_OK;
 }
 
-class FileDescriptor {
- public:
-  explicit FileDescriptor(int fd) : _fd(fd) {}
-  FileDescriptor(const FileDescriptor&) = delete;
-  FileDescriptor& operator=(const FileDescriptor&) = delete;
-  FileDescriptor(FileDescriptor&& other) noexcept : _fd(std::exchange(other._fd, -1)) {}
-  FileDescriptor& operator=(FileDescriptor&&) = delete;
-  ~FileDescriptor() {
-    if (valid()) {
-      close(_fd);
-    }
-  }
-
-  [[nodiscard]] bool valid() const { return _fd >= 0; }
-  [[nodiscard]] int get() const { return _fd; }
-
- private:
-  int _fd;
-};
-
-// Opens a file that all members of the group use. Each of them can write to the folder, so a link is not followed: its
-// target is not ours to touch. The creator's umask must not shut the others out.
-FileDescriptor open_shared(const std::string& path, int flags) {
-  FileDescriptor file(open(path.c_str(), flags | O_RDONLY | O_CLOEXEC | O_NOFOLLOW, shared_mode));
+// The creator's umask must not shut the rest of the group out; who did not create the file cannot change it.
+void share_with_group(const FileDescriptor& file) {
   struct stat status {};
-  if (file.valid() && fstat(file.get(), &status) == 0 && S_ISREG(status.st_mode) && status.st_nlink == 1 &&
-      status.st_uid == geteuid() && (status.st_mode & 0777U) != shared_mode) {
+  if (fstat(file.get(), &status) == 0 && status.st_nlink == 1 && status.st_uid == geteuid() &&
+      (status.st_mode & 0777U) != shared_mode) {
     fchmod(file.get(), shared_mode);
   }
-  return file;
 }
 
-bool lock_exclusively(const FileDescriptor& file) {
-  int result = 0;
-  do {
-    result = flock(file.get(), LOCK_EX);
-  } while (result != 0 && errno == EINTR);
-  return result == 0;
+// Every member of the group can hold the lock for as long as it likes, so the wait has an end; flock() knows none.
+int wait_for_lock(const FileDescriptor& file) {
+  const auto deadline = std::chrono::steady_clock::now() + lock_patience;
+  while (flock(file.get(), LOCK_EX | LOCK_NB) != 0) {
+    if (errno != EWOULDBLOCK && errno != EINTR) {
+      return PREFERENCE_NOT_WRITTEN;
+    }
+    if (std::chrono::steady_clock::now() >= deadline) {
+      return PREFERENCE_BUSY;
+    }
+    std::this_thread::sleep_for(lock_interval);
+  }
+  return PREFERENCE_OK;
 }
 
+bool write_durably(FileDescriptor file, std::string_view data) {
+  const File stream = std::move(file).into_stream("w");
+  return stream && fchmod(fileno(stream.get()), shared_mode) == 0 &&
+         std::fwrite(data.data(), 1, data.size(), stream.get()) == data.size() && std::fflush(stream.get()) == 0 &&
+         fsync(fileno(stream.get())) == 0;
+}
+
+bool sync_folder_of(const std::string& path) {
+  const Owned<char, g_free> folder_path(g_path_get_dirname(path.c_str()));
+  const FileDescriptor folder(open(folder_path.get(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+  return folder.valid() && fsync(folder.get()) == 0;
+}
+
+// g_file_set_contents_full() leaves the mode to the umask: the group would be shut out until the mode is mended, and
+// for good if we are killed in between.
 int save(const std::string& path, GKeyFile* file) {
   gsize length = 0;
   const Owned<char, g_free> data(g_key_file_to_data(file, &length, nullptr));
-  constexpr auto flags =
-      static_cast<GFileSetContentsFlags>(G_FILE_SET_CONTENTS_CONSISTENT | G_FILE_SET_CONTENTS_DURABLE);
-  if (g_file_set_contents_full(path.c_str(), data.get(), static_cast<gssize>(length), flags, shared_mode, nullptr) ==
-      FALSE) {
+  if (length > size_limit) {
     return PREFERENCE_NOT_WRITTEN;
   }
-  open_shared(path, 0);
-  return PREFERENCE_OK;
+  std::string name = path + ".XXXXXX";
+  FileDescriptor replacement(mkostemp(name.data(), O_CLOEXEC));
+  if (!replacement.valid()) {
+    return PREFERENCE_NOT_WRITTEN;
+  }
+  if (!write_durably(std::move(replacement), {data.get(), length}) || std::rename(name.c_str(), path.c_str()) != 0) {
+    unlink(name.c_str());
+    return PREFERENCE_NOT_WRITTEN;
+  }
+  return sync_folder_of(path) ? PREFERENCE_OK : PREFERENCE_NOT_WRITTEN;
 }
 
 }  // namespace
@@ -177,8 +239,10 @@ int preference_set_int(const char* key, int value) {
   if (!lock.valid()) {
     return errno == ENOENT || errno == ENOTDIR ? PREFERENCE_NO_FOLDER : PREFERENCE_NOT_WRITTEN;
   }
-  if (!lock_exclusively(lock)) {
-    return PREFERENCE_NOT_WRITTEN;
+  share_with_group(lock);
+  status = wait_for_lock(lock);
+  if (status != PREFERENCE_OK) {
+    return status;
   }
   KeyFile file;
   status = load(path, file);

@@ -2,12 +2,18 @@
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <msg-consumer-platform/preference.h>
+#include <sys/file.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
 
+#include <chrono>
 #include <csignal>
+#include <cstddef>
+#include <cstdio>
 #include <filesystem>
+#include <functional>
 #include <iterator>
+#include <msg-consumer-platform/releaser.hpp>
 #include <optional>
 #include <ostream>
 #include <string>
@@ -40,6 +46,9 @@ class Preferences : public testing::Test {
   void given_value(const std::string& key, const std::string& value) const {
     given_file("[preferences]\n" + key + "=" + value + "\n");
   }
+
+  /// How many things there are in the folder.
+  [[nodiscard]] std::ptrdiff_t entries() const { return std::distance(fs::directory_iterator(_folder.path()), {}); }
 
   static void use_path(const fs::path& path) { setenv("MSG_CONSUMER_PREFERENCES", path.c_str(), 1); }
 
@@ -198,6 +207,83 @@ TEST_F(Preferences, AFileThatCannotBeOpenedIsUnreadable) {
   EXPECT_EQ(number, untouched);
 }
 
+// What a member of the group may put in the file's or the lock's place.
+struct Obstacle {
+  const char* name;
+  void (*put)(const fs::path& place, const fs::path& target);
+};
+
+void PrintTo(const Obstacle& row, std::ostream* out) { *out << row.name; }
+
+constexpr Obstacle link_to_a_file{"ALinkToAFile", [](const fs::path& place, const fs::path& target) {
+                                    write_file(target, "[preferences]\nconsumer_preference_int_consumer_status=1\n");
+                                    fs::create_symlink(target, place);
+                                  }};
+constexpr Obstacle fifo{
+    "AFifo", [](const fs::path& place, const fs::path& /*target*/) { ASSERT_EQ(mkfifo(place.c_str(), 0660), 0); }};
+constexpr Obstacle folder{"AFolder",
+                          [](const fs::path& place, const fs::path& /*target*/) { fs::create_directory(place); }};
+
+class Obstacles : public Preferences, public testing::WithParamInterface<Obstacle> {
+ protected:
+  [[nodiscard]] fs::path target() const { return _folder.path() / "target"; }
+
+  // In a process of its own, for a call that waits for the other end of a FIFO would never return.
+  static std::optional<ExitStatus> code_of(const std::function<int()>& call) {
+    return Process([&call] { return -call(); }).wait();
+  }
+};
+
+TEST_P(Obstacles, InTheFilesPlaceAreUnreadable) {
+  GetParam().put(file(), target());
+  const std::string before = read_file(target());
+  EXPECT_EQ(code_of([] {
+              int value = untouched;
+              const int code = preference_get_int(status_key, &value);
+              return value == untouched ? code : PREFERENCE_OK;
+            }),
+            -PREFERENCE_UNREADABLE_FILE);
+  EXPECT_EQ(code_of([] { return preference_set_int(delay_key, 2); }), -PREFERENCE_UNREADABLE_FILE);
+  EXPECT_EQ(read_file(target()), before);
+}
+
+TEST_P(Obstacles, InTheLocksPlaceKeepTheFileFromBeingWritten) {
+  GetParam().put(lock(), target());
+  EXPECT_EQ(code_of([] { return preference_set_int(status_key, 1); }), -PREFERENCE_NOT_WRITTEN);
+  EXPECT_FALSE(fs::exists(file()));
+}
+
+INSTANTIATE_TEST_SUITE_P(, Obstacles, testing::Values(link_to_a_file, fifo, folder),
+                         [](const testing::TestParamInfo<Obstacle>& row) { return row.param.name; });
+
+// A file of one value and a comment that fills it up to `size`.
+std::string content_of_size(std::size_t size) {
+  std::string content = std::string("[preferences]\n") + status_key + "=1\n#";
+  content.append(size - content.size() - 1, ' ');
+  return content + "\n";
+}
+
+constexpr std::size_t size_limit = std::size_t{64} * 1024;
+
+TEST_F(Preferences, AFileOfTheGreatestSizeIsRead) {
+  given_file(content_of_size(size_limit));
+  EXPECT_EQ(int_of(status_key), 1);
+}
+
+TEST_F(Preferences, ALargerFileIsUnreadable) {
+  given_file(content_of_size(size_limit + 1));
+  int number = untouched;
+  EXPECT_EQ(preference_get_int(status_key, &number), PREFERENCE_UNREADABLE_FILE);
+  EXPECT_EQ(number, untouched);
+}
+
+TEST_F(Preferences, AFileThatWouldGrowTooLargeIsNotWritten) {
+  const std::string before = content_of_size(size_limit);
+  given_file(before);
+  EXPECT_EQ(preference_set_int(delay_key, 1), PREFERENCE_NOT_WRITTEN);
+  EXPECT_TRUE(read_file(file()) == before);
+}
+
 TEST_F(Preferences, AWrittenValueIsRead) {
   for (const int value : {1, 0, -1, 2147483647, -2147483647 - 1}) {
     ASSERT_EQ(preference_set_int(status_key, value), PREFERENCE_OK);
@@ -256,12 +342,24 @@ TEST_F(Preferences, AFailedWriteKeepsTheOldFile) {
   const std::string before = read_file(file());
   Process writer([] {
     const rlimit nothing{0, 0};
-    std::signal(SIGXFSZ, SIG_IGN);
-    setrlimit(RLIMIT_FSIZE, &nothing);
+    if (std::signal(SIGXFSZ, SIG_IGN) == SIG_ERR || setrlimit(RLIMIT_FSIZE, &nothing) != 0) {
+      return 2;
+    }
     return preference_set_int(status_key, 2) == PREFERENCE_NOT_WRITTEN ? 0 : 1;
   });
   EXPECT_EQ(writer.wait(), 0);
   EXPECT_EQ(read_file(file()), before);
+  EXPECT_EQ(entries(), 2) << "besides the file and its lock, the half-written one is left";
+}
+
+TEST_F(Preferences, WritingDoesNotWaitForeverForTheLock) {
+  ASSERT_EQ(preference_set_int(status_key, 1), PREFERENCE_OK);
+  const Owned<std::FILE, std::fclose> held(std::fopen(lock().c_str(), "r"));
+  ASSERT_TRUE(held);
+  ASSERT_EQ(flock(fileno(held.get()), LOCK_EX), 0);
+  Process writer([] { return preference_set_int(status_key, 2) == PREFERENCE_BUSY ? 0 : 1; });
+  EXPECT_EQ(writer.wait(), 0);
+  EXPECT_EQ(int_of(status_key), 1);
 }
 
 TEST_F(Preferences, ALinkInTheLocksPlaceIsNotFollowed) {
@@ -285,7 +383,7 @@ TEST_F(Preferences, TheGroupMayWriteWhateverTheUmask) {
 TEST_F(Preferences, NothingButTheFileAndItsLockIsLeftBehind) {
   ASSERT_EQ(preference_set_int(status_key, 1), PREFERENCE_OK);
   ASSERT_EQ(preference_set_int(status_key, 2), PREFERENCE_OK);
-  EXPECT_EQ(std::distance(fs::directory_iterator(_folder.path()), {}), 2);
+  EXPECT_EQ(entries(), 2);
   EXPECT_TRUE(fs::exists(lock()));
 }
 
