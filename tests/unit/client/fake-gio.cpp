@@ -137,7 +137,7 @@ GVariant* g_dbus_connection_call_sync(GDBusConnection*, const gchar* bus_name, c
   std::string error_text;
   GVariant* const reply = gio().reply(call, error_text);
   if (!error_text.empty()) fake::set_error(error, error_text);
-  return reply != nullptr ? g_variant_ref_sink(reply) : nullptr;
+  return reply != nullptr ? g_variant_take_ref(reply) : nullptr;
 }
 
 }  // extern "C"
