@@ -1,22 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "msgctl/api.hpp"
 
-#include <cstdlib>
-#include <new>
-
 #include "msgctl/failure.hpp"
 
 namespace msgctl {
 namespace {
-
-// The releases of the library end in free(), so what it fills has to come from calloc().
-template <typename Owner>
-Owner zero_filled() {
-  using Record = typename Owner::element_type;
-  Owner record(static_cast<Record*>(std::calloc(1, sizeof(Record))));
-  if (!record) throw std::bad_alloc();
-  return record;
-}
 
 // The library answers an empty result as "no data", which for a list is nothing to complain of.
 void check_list(int status, const char* action) {
@@ -75,6 +63,53 @@ MessageList get_messages(const MessageFilter& filter) {
   condition.flag_6 = filter.unread_only ? 1 : 0;
   check_list(msg_consumer_get_message_list(handle.get(), &condition), "list the messages");
   return MessageList(std::move(handle));
+}
+
+std::string MetadataKey::words() const {
+  const std::string object = "object '" + object_id + "'";
+  if (message_id == 0) return "metadata of " + object;
+  const std::string message = "metadata of message " + std::to_string(message_id);
+  return object_id.empty() ? message : message + " as " + object;
+}
+
+Metadata get_metadata(const MetadataKey& key) {
+  auto metadata = zero_filled<Metadata>();
+  check_query(msg_consumer_nms_get_msg_meta(key.message_id, key.object(), metadata.get()),
+              {"read the " + key.words(), key.words(), {}});
+  return metadata;
+}
+
+MetadataList get_uncorrelated_metadata(const CorrelationFilter& filter) {
+  auto handle = zero_filled<MetadataList::Handle>();
+  check_list(msg_consumer_nms_get_uncorrelated_msg_meta_list(filter.id.c_str(), filter.type, filter.match,
+                                                             filter.with_deleted, handle.get()),
+             "list the metadata");
+  return MetadataList(std::move(handle));
+}
+
+MetadataList get_sync_required_metadata(bool with_deleted) {
+  auto handle = zero_filled<MetadataList::Handle>();
+  check_list(msg_consumer_nms_get_sync_required_msg_meta_list(with_deleted, handle.get()), "list the metadata");
+  return MetadataList(std::move(handle));
+}
+
+MetadataList get_download_required_metadata() {
+  auto handle = zero_filled<MetadataList::Handle>();
+  check_list(msg_consumer_nms_get_download_required_msg_meta_list(handle.get()), "list the metadata");
+  return MetadataList(std::move(handle));
+}
+
+bool is_download_required() {
+  bool required = false;
+  check_list(msg_consumer_nms_check_download_required_msg_exist(&required), "look for messages to download");
+  return required;
+}
+
+Subscription get_subscription() {
+  auto subscription = zero_filled<Subscription>();
+  check_query(msg_consumer_nms_get_mssi_info(subscription.get()),
+              {"read the subscription", "subscription", "'msgctl nms subscription set' stores one."});
+  return subscription;
 }
 
 }  // namespace msgctl

@@ -6,6 +6,8 @@
 
 #include <msg-consumer/msg-consumer-client.h>
 
+#include <cstdlib>
+#include <new>
 #include <string>
 
 #include "msgctl/owned.hpp"
@@ -13,6 +15,17 @@
 namespace msgctl {
 
 using MessageItem = OwnedRecord<msg_message_item_t, msg_consumer_free_message_info>;
+using Metadata = Owned<msg_nms_msg_meta_data_t, msg_consumer_free_nms_msg_meta_item>;
+using Subscription = Owned<msg_nms_mssi_info_t, msg_consumer_free_nms_mssi_info>;
+
+/// An empty record. The releases of the library end in free(), so what it fills has to come from calloc().
+template <typename Owner>
+Owner zero_filled() {
+  using Record = typename Owner::element_type;
+  Owner record(static_cast<Record*>(std::calloc(1, sizeof(Record))));
+  if (!record) throw std::bad_alloc();
+  return record;
+}
 
 /// The records of a list handle, as a range of `const Record&`.
 template <typename Record, auto release>
@@ -53,6 +66,7 @@ using MessageList = RecordList<msg_message_item_t, msg_consumer_free_message_lis
 using ThreadList = RecordList<msg_thread_view_t, msg_consumer_free_thread_list>;
 using ConversationList = RecordList<msg_conversation_view_t, msg_consumer_free_conversation_list>;
 using AddressList = RecordList<msg_address_item_t, msg_consumer_free_address_list>;
+using MetadataList = RecordList<msg_nms_msg_meta_data_t, msg_consumer_free_nms_msg_meta_list>;
 
 /// The messages to list. Nothing set means all of them, newest first.
 struct MessageFilter {
@@ -80,6 +94,40 @@ int get_thread_with(const std::string& address);
 
 /// Empty when none matches.
 MessageList get_messages(const MessageFilter& filter);
+
+/// What metadata of the network message store is found by: the message, the object, or both.
+struct MetadataKey {
+  int message_id = 0;
+  std::string object_id;
+
+  /// The object id as the library takes it: NULL for none.
+  [[nodiscard]] const char* object() const { return object_id.empty() ? nullptr : object_id.c_str(); }
+
+  /// "metadata of message 3 as object 'a1'".
+  [[nodiscard]] std::string words() const;
+};
+
+/// Which metadata without a local message to list.
+struct CorrelationFilter {
+  std::string id;
+  int type = 0;
+  int match = 0;
+  bool with_deleted = false;
+};
+
+/// Fails when there is none.
+Metadata get_metadata(const MetadataKey& key);
+
+// Empty when there is none.
+MetadataList get_uncorrelated_metadata(const CorrelationFilter& filter);
+MetadataList get_sync_required_metadata(bool with_deleted);
+MetadataList get_download_required_metadata();
+
+/// Whether any message still needs a download.
+bool is_download_required();
+
+/// Fails when there is none.
+Subscription get_subscription();
 
 }  // namespace msgctl
 

@@ -4,6 +4,7 @@
 #include <unistd.h>
 
 #include <charconv>
+#include <cstdint>
 #include <cstdio>
 #include <limits>
 #include <nlohmann/json.hpp>
@@ -29,6 +30,19 @@ std::string words_of(const Failure& failure) {
   return words;
 }
 
+// Only the usual form of a number is accepted: the parser would take a leading zero for an octal number.
+template <typename Number>
+CLI::Validator number_from(Number minimum, const std::string& description) {
+  const auto check = [minimum](const std::string& text) -> std::string {
+    Number value = 0;
+    const auto [stop, error] = std::from_chars(text.data(), text.data() + text.size(), value);
+    if (error == std::errc() && std::to_string(value) == text && value >= minimum) return {};
+    return "'" + text + "' is not a whole number from " + std::to_string(minimum) + " to " +
+           std::to_string(std::numeric_limits<Number>::max());
+  };
+  return CLI::Validator(check, description);
+}
+
 }  // namespace
 
 void Context::report(const Failure& failure) {
@@ -39,16 +53,17 @@ void Context::report(const Failure& failure) {
   if (outcome == ExitCode::Ok) outcome = failure.code();
 }
 
-CLI::Validator whole_number(int minimum, const std::string& description) {
-  const auto check = [minimum](const std::string& text) -> std::string {
-    int value = 0;
-    const char* end = text.data() + text.size();
-    const auto [stop, error] = std::from_chars(text.data(), end, value);
-    if (error == std::errc() && stop == end && value >= minimum) return {};
-    return "'" + text + "' is not a whole number from " + std::to_string(minimum) + " to " +
-           std::to_string(std::numeric_limits<int>::max());
-  };
-  return CLI::Validator(check, description);
+void Context::answer(std::string_view kind, const std::string& item, const std::string& words) {
+  json ? write_json_item(out, kind, item) : out.write(words + "\n");
+}
+
+CLI::Validator whole_number(int minimum, const std::string& description) { return number_from(minimum, description); }
+
+CLI::Validator unsigned_number() { return number_from<std::uint64_t>(0, "NUMBER"); }
+
+CLI::Validator not_empty(const std::string& what) {
+  return CLI::Validator([what](const std::string& text) { return text.empty() ? "the " + what + " is empty" : ""; },
+                        "TEXT");
 }
 
 void print_failure(const Failure& failure, bool json) {

@@ -6,6 +6,7 @@
 
 #include <functional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "msgctl/failure.hpp"
@@ -23,6 +24,9 @@ struct Context {
 
   /// Tells of a failure and goes on.
   void report(const Failure& failure);
+
+  /// Tells what was done: `words` to people, `item` as JSON of a kind to programs.
+  void answer(std::string_view kind, const std::string& item, const std::string& words);
 };
 
 /// Runs a command whose arguments have been read.
@@ -36,14 +40,23 @@ struct Command {
   std::function<Action(CLI::App&)> configure;
 };
 
-/// Every command, in the order of the help.
+/// Every command, in the order of the help. A name of several words, such as "thread read", is a command in a group.
 const std::vector<Command>& commands();
+
+/// What the commands of a group are for, by its name; empty for a name that is none.
+std::string group_summary(const std::string& name);
 
 /// Tells of a failure on the standard error, in words or as JSON.
 void print_failure(const Failure& failure, bool json);
 
 /// Accepts whole numbers from `minimum` on.
 CLI::Validator whole_number(int minimum, const std::string& description = "NUMBER");
+
+/// Accepts whole numbers of 64 bits without a sign.
+CLI::Validator unsigned_number();
+
+/// Accepts texts that are not empty; `what` is named in the complaint ("address").
+CLI::Validator not_empty(const std::string& what);
 
 /// Accepts ids.
 inline CLI::Validator id_check() { return whole_number(1, "ID"); }

@@ -76,24 +76,25 @@ class CommandLine {
     return std::find_if(_entries.begin(), _entries.end(), [](const Entry& entry) { return entry.app->parsed(); });
   }
 
-  // A name of two words, such as "thread read", is a command in a group.
-  CLI::App& group_of(const std::string& name, std::string& last_word) {
-    const std::size_t blank = name.find(' ');
-    last_word = name.substr(blank == std::string::npos ? 0 : blank + 1);
+  // The group in which a command or a group stands, made where it is missing.
+  CLI::App& group_of(const std::string& name) {
+    const std::size_t blank = name.rfind(' ');
     if (blank == std::string::npos) return _app;
-    CLI::App*& group = _groups[name.substr(0, blank)];
+    const std::string group_name = name.substr(0, blank);
+    CLI::App*& group = _groups[group_name];
     if (group == nullptr) {
-      const std::string word = name.substr(0, blank);
-      group = _app.add_subcommand(word, "Commands for a " + word + "; see 'msgctl " + word + " --help'");
+      group = group_of(group_name)
+                  .add_subcommand(last_word(group_name),
+                                  msgctl::group_summary(group_name) + "; see 'msgctl " + group_name + " --help'");
       group->require_subcommand(1);
     }
     return *group;
   }
 
+  static std::string last_word(const std::string& name) { return name.substr(name.rfind(' ') + 1); }
+
   void add(const msgctl::Command& command) {
-    std::string name;
-    CLI::App& group = group_of(command.name, name);
-    CLI::App* app = group.add_subcommand(name, command.summary);
+    CLI::App* app = group_of(command.name).add_subcommand(last_word(command.name), command.summary);
     app->footer("Example:\n  " + command.example + "\n");
     _entries.push_back({app, command.configure(*app)});
   }

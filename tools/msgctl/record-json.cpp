@@ -14,7 +14,7 @@ using Json = nlohmann::ordered_json;
 Json nullable(const char* text) { return text != nullptr ? Json(text) : Json(nullptr); }
 
 Json time_in_ms(std::int64_t milliseconds) {
-  return milliseconds != 0 ? Json(utc_time(milliseconds / 1000)) : Json(nullptr);
+  return milliseconds != 0 ? Json(utc_time_ms(milliseconds)) : Json(nullptr);
 }
 
 Json object_of(const msg_address_item_t& address) {
@@ -35,7 +35,8 @@ Json object_of(const msg_content_item_t& content) {
 }
 
 Json object_of(const msg_nms_msg_meta_data_t& meta) {
-  return {{"object_id", text_of(meta.meta_str1)},
+  return {{"message_id", meta.msg_id},
+          {"object_id", text_of(meta.meta_str1)},
           {"correlation_id", text_of(meta.meta_str2)},
           {"folder", text_of(meta.meta_str3)},
           {"resource_url", text_of(meta.meta_str4)},
@@ -136,5 +137,7 @@ std::string json_of(const msg_thread_view_t& thread) {
 }
 
 std::string json_of(const msg_address_item_t& address) { return json_text(object_of(address)); }
+
+std::string json_of(const msg_nms_msg_meta_data_t& meta) { return json_text(object_of(meta)); }
 
 }  // namespace msgctl

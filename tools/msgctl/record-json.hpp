@@ -13,6 +13,7 @@ std::string json_of(const msg_message_item_t& message);
 std::string json_of(const msg_conversation_view_t& message);
 std::string json_of(const msg_thread_view_t& thread);
 std::string json_of(const msg_address_item_t& address);
+std::string json_of(const msg_nms_msg_meta_data_t& meta);
 
 }  // namespace msgctl
 

@@ -55,6 +55,17 @@ INSTANTIATE_TEST_SUITE_P(
         UsageCase{"EmptyReceiver", {"send", "--to", "", "hi"}, "--to: the address is empty"},
         UsageCase{"MmsOfNothing", {"mms", "--to", "+15550100"}, "there is nothing to send"},
         UsageCase{"TimeoutOfNoTime", {"watch", "--timeout", "0"}, "--timeout: '0' is not a whole number"},
+        UsageCase{"OctalId", {"show", "010"}, "ID: '010' is not a whole number"},
+        UsageCase{"UnknownCommandOfAGroupInAGroup", {"nms", "meta", "sohw"}, "there is no command 'nms meta sohw'"},
+        UsageCase{"ResetUnconfirmed", {"nms", "reset-box"}, "--yes is required"},
+        UsageCase{"TimeThatIsNone", {"nms", "delete-before", "yesterday"}, "TIME: 'yesterday' is neither a date"},
+        UsageCase{"TimeOutOfRange", {"nms", "delete-before", "2147483648"}, "TIME: '2147483648' is neither a date"},
+        UsageCase{"MetadataOfNothing", {"nms", "meta", "show"}, "At least 1 option from [--message,--object] is"},
+        UsageCase{"EmptyObjectId", {"nms", "meta", "show", "--object", ""}, "--object: the object id is empty"},
+        UsageCase{"NegativeIndex", {"nms", "subscription", "set", "-1", "x"}, "INDEX: '-1' is not a whole number"},
+        UsageCase{"IndexOf65Bits",
+                  {"nms", "subscription", "set", "18446744073709551616", "x"},
+                  "INDEX: '18446744073709551616' is not a whole number from 0 to 18446744073709551615"},
         UsageCase{"NoActiveThread", {"thread", "active"}, "Exactly 1 option from [ID,--none] is required"}),
     [](const auto& row) { return row.param.name; });
 

@@ -80,9 +80,9 @@ TEST(RecordJson, AMessageOfTheNetworkStoreCarriesItsMetadata) {
   message.nms_meta = &meta;
 
   EXPECT_EQ(Json::parse(json_of(message)).at("network_store"), Json::parse(R"({
-    "object_id": "object", "correlation_id": "correlation", "folder": "/inbox",
+    "message_id": 12, "object_id": "object", "correlation_id": "correlation", "folder": "/inbox",
     "resource_url": "https://store.example/1", "sync": "required", "download": "running",
-    "modified": "2023-11-14T22:13:20Z", "notified": null, "seen": false, "deleted": true, "correlated": false})"));
+    "modified": "2023-11-14T22:13:20.999Z", "notified": null, "seen": false, "deleted": true, "correlated": false})"));
 }
 
 TEST(RecordJson, EmptyMetadataIsNone) {

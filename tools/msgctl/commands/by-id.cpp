@@ -42,9 +42,12 @@ void run_in_json(const CommandById& command, const std::string& kind, const std:
 
 // "read", or "thread-read" for a command in a group.
 std::string kind_of(const CLI::App& app) {
-  const CLI::App* group = app.get_parent();
-  const bool in_group = group != nullptr && group->get_parent() != nullptr;
-  return in_group ? group->get_name() + "-" + app.get_name() : app.get_name();
+  std::string kind = app.get_name();
+  for (const CLI::App* group = app.get_parent(); group != nullptr && group->get_parent() != nullptr;
+       group = group->get_parent()) {
+    kind = group->get_name() + "-" + kind;
+  }
+  return kind;
 }
 
 }  // namespace

@@ -22,6 +22,27 @@ Action configure_content_send(CLI::App& app);
 Action configure_request_default_sms(CLI::App& app);
 Action configure_watch(CLI::App& app);
 
+// On behalf of the network message store.
+Action configure_nms_add(CLI::App& app);
+Action configure_nms_status(CLI::App& app);
+Action configure_nms_set_status(CLI::App& app);
+Action configure_nms_delete_before(CLI::App& app);
+Action configure_nms_send(CLI::App& app);
+Action configure_nms_mms(CLI::App& app);
+Action configure_nms_reset_box(CLI::App& app);
+Action configure_nms_download_required(CLI::App& app);
+Action configure_nms_delay_events(CLI::App& app);
+Action configure_nms_meta_add(CLI::App& app);
+Action configure_nms_meta_update(CLI::App& app);
+Action configure_nms_meta_delete(CLI::App& app);
+Action configure_nms_meta_delete_invalid(CLI::App& app);
+Action configure_nms_meta_show(CLI::App& app);
+Action configure_nms_meta_uncorrelated(CLI::App& app);
+Action configure_nms_meta_sync_required(CLI::App& app);
+Action configure_nms_meta_download_required(CLI::App& app);
+Action configure_nms_subscription_show(CLI::App& app);
+Action configure_nms_subscription_set(CLI::App& app);
+
 /// A command that has the service do one thing with each of the ids given to it.
 struct CommandById {
   const char* noun;  ///< what the ids are of: "message"

@@ -1,23 +1,17 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <msg-consumer/msg-consumer-client.h>
 
-#include <array>
-#include <cerrno>
-#include <cstdio>
-#include <cstring>
 #include <memory>
 #include <nlohmann/json.hpp>
 
 #include "msgctl/commands/commands.hpp"
 #include "msgctl/connection.hpp"
+#include "msgctl/input.hpp"
 #include "msgctl/json-text.hpp"
 #include "msgctl/service-path.hpp"
-#include "msgctl/text.hpp"
 
 namespace msgctl {
 namespace {
-
-constexpr std::size_t longest_text = std::size_t{8} * 1024 * 1024;
 
 struct SendArguments {
   std::vector<std::string> recipients;
@@ -27,34 +21,12 @@ struct SendArguments {
   std::vector<std::string> files;
 };
 
-std::string read_standard_input() {
-  std::string text;
-  std::array<char, 65536> buffer{};
-  std::size_t count = 0;
-  while ((count = std::fread(buffer.data(), 1, buffer.size(), stdin)) > 0) {
-    text.append(buffer.data(), count);
-    if (text.size() > longest_text) {
-      throw Failure(ExitCode::Refused, "the text on the standard input is longer than 8 MiB");
-    }
-  }
-  if (std::ferror(stdin) != 0) {
-    throw Failure(ExitCode::Failed, std::string("cannot read the standard input: ") + std::strerror(errno));
-  }
-  return text;
-}
-
 // The newline that ends the last line of a pipe is not meant to be sent.
 std::string text_to_send(const std::string& argument) {
   if (argument != "-") return argument;
   std::string text = read_standard_input();
   if (text.ends_with('\n')) text.pop_back();
   return text;
-}
-
-void check_sendable(const std::string& text, const char* what) {
-  if (is_sendable(text)) return;
-  throw Failure(ExitCode::Refused, std::string(what) + " is not UTF-8, so nothing was sent",
-                "Convert it first, for example with 'iconv -t UTF-8'.");
 }
 
 std::string joined(const std::vector<std::string>& parts) {
@@ -106,6 +78,19 @@ void send_mms(const SendArguments& arguments, Context& context) {
   });
 }
 
+void nms_send_sms(const SendArguments& arguments, Context& context) {
+  send(arguments, context, [&](const char* recipients, const char* text, int* id) {
+    return msg_consumer_nms_send_message(arguments.thread_id, recipients, text, id);
+  });
+}
+
+void nms_send_mms(const SendArguments& arguments, Context& context) {
+  const std::string files = joined_paths(arguments.files);
+  send(arguments, context, [&](const char* recipients, const char* text, int* id) {
+    return msg_consumer_nms_send_mms(arguments.thread_id, recipients, text, files.c_str(), id);
+  });
+}
+
 std::shared_ptr<SendArguments> declare_arguments(CLI::App& app) {
   auto arguments = std::make_shared<SendArguments>();
   CLI::Option_group* receivers = app.add_option_group("Receivers", "At least one of");
@@ -115,29 +100,42 @@ std::shared_ptr<SendArguments> declare_arguments(CLI::App& app) {
       ->check(CLI::Validator([](std::string& address) { return address.empty() ? "the address is empty" : ""; },
                              "ADDRESS"));
   receivers->add_option("--thread", arguments->thread_id, "Write in this thread")->check(id_check());
-  app.add_option("--sim", arguments->sim, "The SIM to send with")->check(whole_number(0));
   app.add_option("TEXT", arguments->text, "The text; - reads it from the standard input");
   return arguments;
 }
 
-}  // namespace
-
-Action configure_send(CLI::App& app) {
-  const auto arguments = declare_arguments(app);
-  app.get_option("TEXT")->required();
-  return [arguments](Context& context) { send_sms(*arguments, context); };
+// The network store's ways of sending leave the choice of the SIM to the device.
+std::shared_ptr<SendArguments> with_sim(CLI::App& app, std::shared_ptr<SendArguments> arguments) {
+  app.add_option("--sim", arguments->sim, "The SIM to send with")->check(whole_number(0));
+  return arguments;
 }
 
-Action configure_mms(CLI::App& app) {
-  const auto arguments = declare_arguments(app);
+using Send = void (*)(const SendArguments& arguments, Context& context);
+
+Action sms_action(CLI::App& app, const std::shared_ptr<SendArguments>& arguments, Send send) {
+  app.get_option("TEXT")->required();
+  return [arguments, send](Context& context) { send(*arguments, context); };
+}
+
+Action mms_action(CLI::App& app, const std::shared_ptr<SendArguments>& arguments, Send send) {
   app.add_option("--file", arguments->files, "A file to attach; may be repeated")->allow_extra_args(false);
-  return [arguments](Context& context) {
+  return [arguments, send](Context& context) {
     if (arguments->text.empty() && arguments->files.empty()) {
       throw Failure(ExitCode::Usage, "there is nothing to send: neither a text nor a --file",
                     "'msgctl mms --help' shows how it is used.");
     }
-    send_mms(*arguments, context);
+    send(*arguments, context);
   };
 }
+
+}  // namespace
+
+Action configure_send(CLI::App& app) { return sms_action(app, with_sim(app, declare_arguments(app)), send_sms); }
+
+Action configure_mms(CLI::App& app) { return mms_action(app, with_sim(app, declare_arguments(app)), send_mms); }
+
+Action configure_nms_send(CLI::App& app) { return sms_action(app, declare_arguments(app), nms_send_sms); }
+
+Action configure_nms_mms(CLI::App& app) { return mms_action(app, declare_arguments(app), nms_send_mms); }
 
 }  // namespace msgctl

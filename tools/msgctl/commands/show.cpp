@@ -5,31 +5,10 @@
 #include "msgctl/commands/commands.hpp"
 #include "msgctl/record-json.hpp"
 #include "msgctl/record-words.hpp"
-#include "msgctl/text.hpp"
+#include "msgctl/sheet.hpp"
 
 namespace msgctl {
 namespace {
-
-// "Label:    value" lines; what is empty is left out.
-class Sheet {
- public:
-  explicit Sheet(Context& context) : _context(context) {}
-
-  void line(const std::string& label, const std::string& value) {
-    if (value.empty()) return;
-    const std::string name = label + ":" + std::string(label_width - label.size(), ' ');
-    _context.out.write(styled(name, Style::Dim, _context.screen) + printable(value) + "\n");
-  }
-
-  void body(const std::string& text) {
-    if (text.empty()) return;
-    _context.out.write("\n" + printable(text, Newlines::Keep) + (text.back() == '\n' ? "" : "\n"));
-  }
-
- private:
-  static constexpr std::size_t label_width = 12;
-  Context& _context;
-};
 
 std::string marks_of(const msg_message_item_t& message) {
   std::string marks = message.flag_8 != 0 ? "read" : "unread";
