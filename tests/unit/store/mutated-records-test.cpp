@@ -86,7 +86,7 @@ TYPED_TEST(MutatedRecord, IsRefusedOrARecord) {
   const std::string original = encode(sample).value();
   ASSERT_TRUE(decode(original, sample));
 
-  std::mt19937 random(4);  // NOLINT(cert-msc32-c,cert-msc51-cpp): every run the same
+  std::mt19937 random(4);  // NOLINT(cert-msc32-c,cert-msc51-cpp): repeatable
   int refused = 0;
   for (int i = 0; i < MUTANTS; ++i) {
     const std::string mutant = mutate(original, random);

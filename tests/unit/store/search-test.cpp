@@ -61,7 +61,7 @@ StoredTexts add_random_message(TestStore& store, int thread, std::mt19937& rando
 }
 
 TEST(Search, FindsWhatAPlainScanFinds) {
-  std::mt19937 random(3);
+  std::mt19937 random(3);  // NOLINT(cert-msc32-c,cert-msc51-cpp): repeatable
   TestStore store;
   const int thread = store.add_thread({"1"});
   std::vector<StoredTexts> messages;
