@@ -41,8 +41,9 @@ class NmsCommands : public Msgctl {
 
   std::vector<std::string> objects_of(Arguments arguments) {
     arguments.insert(arguments.begin(), {"nms", "meta", "--json"});
+    const Json list = msgctl(arguments).json();
     std::vector<std::string> objects;
-    for (const Json& item : msgctl(arguments).json().at("items")) objects.push_back(item.at("object_id"));
+    for (const Json& item : list.at("items")) objects.push_back(item.at("object_id"));
     return objects;
   }
 };
