@@ -2,6 +2,9 @@
 #include "attachments.hpp"
 
 #include <algorithm>
+#include <filesystem>
+
+#include <msg-consumer-platform/logging.hpp>
 
 #include "mime-type.hpp"
 #include "status.hpp"
@@ -22,15 +25,16 @@ Content& append_part(Message& message, std::string_view mime_type, std::int64_t 
 }  // namespace
 
 std::vector<std::string> split_paths(std::string_view paths) {
+  // Counted before anything is copied.
+  require(std::count(paths.begin(), paths.end(), ';') <= static_cast<std::ptrdiff_t>(MAX_FILES), STATUS_TOO_MUCH);
   std::vector<std::string> result;
   while (!paths.empty()) {
     const std::size_t end = std::min(paths.find(';'), paths.size());
     result.emplace_back(paths.substr(0, end));
     paths.remove_prefix(std::min(end + 1, paths.size()));
-    if (!result.back().starts_with('/')) {
-      throw Refusal(STATUS_INVALID_ARGUMENT);
-    }
+    require(result.back().starts_with('/'), STATUS_INVALID_ARGUMENT);
   }
+  require(result.size() <= MAX_FILES, STATUS_TOO_MUCH);
   return result;
 }
 
@@ -50,6 +54,21 @@ void append_file_parts(Message& message, const IncomingFiles& files) {
     part.str_g = file.path;
     part.str_h = file.name;
   }
+}
+
+std::optional<MessageFiles> files_of_message(Messages& messages, int message_id) try {
+  const std::optional<StoredMessage> stored = messages.find(message_id);
+  if (!stored) {
+    return std::nullopt;
+  }
+  MessageFiles files;
+  for (const Content& part : stored->message.contents) {
+    files.names.insert(std::filesystem::path(part.str_g).filename());
+  }
+  return files;
+} catch (const schema::SqliteError& error) {
+  LOG_ERROR(HERE, "[ERROR] the files of message (%d) stay: %s", message_id, error.what());
+  return MessageFiles{.all = true};
 }
 
 const Content& first_attachment(const Message& message) {

@@ -27,7 +27,7 @@ Outcome Commands::get_content_file(int message_id, std::string_view path) {
   return guarded([&] {
     const std::string target = one_path(path);
     const Message message = _store.messages().get(message_id).message;
-    ContentFiles::copy_out(first_attachment(message).str_g, target);
+    _files.copy_out(first_attachment(message).str_g, target);
     try {
       return _store.commit([&]() -> std::optional<Change> {
         return Change{
@@ -48,6 +48,7 @@ Outcome Commands::send_content_file(int message_id, std::string_view path) {
     if (!takes_attachments(message)) {
       throw Refusal(STATUS_NOT_APPLICABLE);
     }
+    require(message.contents.size() < MAX_FILES, STATUS_TOO_MUCH);
     IncomingFiles files = _files.copy_in({source}, ContentFiles::MAX_TOTAL_SIZE - message.num_q);
     std::optional<Announcement> announcement = _store.commit([&]() -> std::optional<Change> {
       const Message before = message;

@@ -2,14 +2,17 @@
 #include "content-files.hpp"
 
 #include <fcntl.h>
+#include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <charconv>
 #include <cstdlib>
 #include <optional>
+#include <stdexcept>
 #include <string_view>
 #include <system_error>
 #include <utility>
@@ -17,6 +20,7 @@
 #include <msg-consumer-platform/logging.hpp>
 
 #include "file-descriptor.hpp"
+#include "file-gate.hpp"
 #include "status.hpp"
 
 namespace msg_consumer::service {
@@ -24,41 +28,19 @@ namespace {
 
 namespace fs = std::filesystem;
 
+// Holds the id of the store that the attachments belong to.
+constexpr const char* OWNER_FILE = ".store";
+constexpr mode_t OWNER_MODE = 0600;
 constexpr std::string_view STAGING_PREFIX = ".incoming-";
-constexpr mode_t FILE_MODE = 0640;
 constexpr mode_t FOLDER_MODE = 0750;
 constexpr std::size_t COPY_BUFFER_SIZE = std::size_t{64} * 1024;
 // Leaves room for the number in front of it.
 constexpr std::size_t MAX_NAME_LENGTH = 240;
 
-Status status_of_open_error(int error) {
-  switch (error) {
-    case ENOENT:
-    case ENOTDIR:
-      return STATUS_FILE_NOT_FOUND;
-    case ELOOP:  // a symbolic link
-    case ENXIO:  // a socket
-      return STATUS_FILE_NOT_REGULAR;
-    default:
-      return STATUS_FILE_NOT_READABLE;
-  }
-}
-
-// NONBLOCK: opening a pipe must not wait for its other end.
-FileDescriptor open_regular(const std::string& path) {
-  FileDescriptor file(open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY));
-  if (!file) {
-    throw Refusal(status_of_open_error(errno));
-  }
-  struct stat status {};
-  if (fstat(file.get(), &status) != 0 || !S_ISREG(status.st_mode)) {
-    throw Refusal(STATUS_FILE_NOT_REGULAR);
-  }
+FileDescriptor create(const std::string& path) {
+  FileDescriptor file(open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC | O_NOFOLLOW, FILE_MODE));
+  require(file && set_mode(file, FILE_MODE), STATUS_FILE_COPY_FAILED);
   return file;
-}
-
-FileDescriptor create(const std::string& path, mode_t mode) {
-  return FileDescriptor(open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC | O_NOFOLLOW, mode));
 }
 
 std::size_t read_some(const FileDescriptor& file, std::array<char, COPY_BUFFER_SIZE>& buffer) {
@@ -83,14 +65,36 @@ void write_all(const FileDescriptor& file, std::string_view bytes) {
   }
 }
 
-void sync(const FileDescriptor& file) {
-  if (!file || fsync(file.get()) != 0) {
-    throw Refusal(STATUS_FILE_COPY_FAILED);
-  }
+FileDescriptor open_folder(const fs::path& folder) {
+  return FileDescriptor(open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
 }
 
-void sync_folder(const fs::path& folder) {
-  sync(FileDescriptor(open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC)));
+void sync_folder(const fs::path& folder) { sync(open_folder(folder)); }
+
+// Whoever may read the store may read its attachments, whatever the umask.
+bool make_folder(const fs::path& folder) {
+  if (mkdir(folder.c_str(), FOLDER_MODE) != 0) {
+    return errno == EEXIST;
+  }
+  const FileDescriptor made = open_folder(folder);
+  return made && set_mode(made, FOLDER_MODE);
+}
+
+// A folder is only sure to be there after a power cut when the one around it is on the disk as well.
+void make_folders(const fs::path& folder) {
+  if (fs::is_directory(folder)) {
+    return;
+  }
+  make_folders(folder.parent_path());
+  if (!make_folder(folder)) {
+    throw fs::filesystem_error("cannot make the folder", folder, std::error_code(errno, std::generic_category()));
+  }
+  sync_folder(folder.parent_path());
+}
+
+fs::path made(const fs::path& folder) {
+  make_folders(fs::absolute(folder).lexically_normal());
+  return fs::canonical(folder);
 }
 
 // Counts what it copies: the source may grow meanwhile.
@@ -136,6 +140,20 @@ void remove_tree(const fs::path& path) noexcept {
   }
 }
 
+bool has_messages(const fs::path& root) {
+  return std::any_of(fs::directory_iterator(root), fs::directory_iterator(),
+                     [](const auto& entry) { return message_id_of(entry.path().filename()).has_value(); });
+}
+
+// A death between placing a file and naming it leaves one in a folder that stays.
+void remove_others(const fs::path& folder, const MessageFiles& known) {
+  for (const fs::directory_entry& entry : fs::directory_iterator(folder)) {
+    if (!known.all && !known.names.contains(entry.path().filename())) {
+      remove_tree(entry.path());
+    }
+  }
+}
+
 }  // namespace
 
 IncomingFiles::IncomingFiles(IncomingFiles&& other) noexcept
@@ -157,11 +175,7 @@ IncomingFiles::~IncomingFiles() {
   }
 }
 
-ContentFiles::ContentFiles(fs::path root) : _root(std::move(root)) {
-  if (fs::create_directories(_root)) {
-    fs::permissions(_root, static_cast<fs::perms>(FOLDER_MODE));
-  }
-}
+ContentFiles::ContentFiles(const Locations& places) : _root(made(places.files)), _gate(places) {}
 
 IncomingFiles ContentFiles::copy_in(const std::vector<std::string>& paths, std::int64_t limit) const {
   IncomingFiles incoming;
@@ -174,12 +188,9 @@ IncomingFiles ContentFiles::copy_in(const std::vector<std::string>& paths, std::
   }
   incoming._staging = staging;
   for (const std::string& path : paths) {
-    const FileDescriptor source = open_regular(path);
+    const FileDescriptor source = _gate.open_source(path);
     const fs::path copy_path = incoming._staging / std::to_string(incoming._files.size());
-    const FileDescriptor target = create(copy_path, FILE_MODE);
-    if (!target) {
-      throw Refusal(STATUS_FILE_COPY_FAILED);
-    }
+    const FileDescriptor target = create(copy_path);
     const std::int64_t size = copy(source, target, limit);
     limit -= size;
     incoming._files.push_back({.path = copy_path, .name = fs::path(path).filename(), .size = size});
@@ -192,9 +203,7 @@ void ContentFiles::place(IncomingFiles& incoming, int message_id, std::size_t fi
     return;
   }
   const fs::path folder = folder_of(message_id);
-  if (mkdir(folder.c_str(), FOLDER_MODE) != 0 && errno != EEXIST) {
-    throw Refusal(STATUS_FILE_COPY_FAILED);
-  }
+  require(make_folder(folder), STATUS_FILE_COPY_FAILED);
   incoming._folder = folder;
   for (IncomingFiles::File& file : incoming._files) {
     const fs::path place = folder / stored_name(first_number++, file.name);
@@ -207,16 +216,14 @@ void ContentFiles::place(IncomingFiles& incoming, int message_id, std::size_t fi
   sync_folder(_root);
 }
 
-void ContentFiles::copy_out(const std::string& source, const std::string& target) {
-  const FileDescriptor from = open_regular(source);
-  const FileDescriptor to = create(target, FILE_MODE);
-  if (!to) {
-    throw Refusal(errno == EEXIST ? STATUS_FILE_EXISTS : STATUS_FILE_NOT_WRITABLE);
-  }
+void ContentFiles::copy_out(const std::string& source, const std::string& target) const {
+  const FileDescriptor from = _gate.open_stored(source);
+  const FileGate::NewFile to = _gate.create_target(target);
   try {
-    copy(from, to, MAX_TOTAL_SIZE);
+    copy(from, to.file, MAX_TOTAL_SIZE);
+    to.sync_folder();
   } catch (...) {
-    unlink(target.c_str());
+    to.remove();
     throw;
   }
 }
@@ -229,12 +236,32 @@ void ContentFiles::remove(int message_id) const noexcept {
   }
 }
 
-void ContentFiles::remove_orphans(const std::function<bool(int message_id)>& exists) const {
+void ContentFiles::claim(std::string_view store_id) {
+  const fs::path path = _root / OWNER_FILE;
+  FileDescriptor owner(open(path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW, OWNER_MODE));
+  if (!owner || flock(owner.get(), LOCK_EX | LOCK_NB) != 0) {
+    throw std::runtime_error("cannot lock " + path.string() + ": another instance may be using the attachments");
+  }
+  std::array<char, COPY_BUFFER_SIZE> buffer;  // NOLINT(cppcoreguidelines-pro-type-member-init): read() fills it
+  const std::string_view found(buffer.data(), read_some(owner, buffer));
+  if (found.empty() && !has_messages(_root)) {
+    write_all(owner, store_id);
+    sync(owner);
+    sync_folder(_root);
+  } else if (found != store_id) {
+    throw std::runtime_error("the attachments in " + _root.string() + " are another database's: move them away");
+  }
+  _owner = std::move(owner);
+}
+
+void ContentFiles::remove_orphans(const Inventory& inventory) const {
   for (const fs::directory_entry& entry : fs::directory_iterator(_root)) {
     const std::string name = entry.path().filename();
-    const std::optional<int> message_id = message_id_of(name);
-    if (name.starts_with(STAGING_PREFIX) || (message_id && !exists(*message_id))) {
+    if (name.starts_with(STAGING_PREFIX)) {
       remove_tree(entry.path());
+    } else if (const std::optional<int> message_id = message_id_of(name)) {
+      const std::optional<MessageFiles> known = inventory(*message_id);
+      known ? remove_others(entry.path(), *known) : remove_tree(entry.path());
     }
   }
 }

@@ -5,8 +5,14 @@
 #include <cstdint>
 #include <filesystem>
 #include <functional>
+#include <optional>
+#include <set>
 #include <string>
+#include <string_view>
 #include <vector>
+
+#include "file-gate.hpp"
+#include "locations.hpp"
 
 namespace msg_consumer::service {
 
@@ -42,6 +48,17 @@ class IncomingFiles {
   std::vector<File> _files;
 };
 
+/// The files that a message is known to have.
+struct MessageFiles {
+  bool all = false;  ///< the message cannot be read: whatever there is may be its own
+  std::set<std::string> names = {};
+
+  bool operator==(const MessageFiles&) const = default;
+};
+
+/// Looks a message's files up; nothing for a message that does not exist.
+using Inventory = std::function<std::optional<MessageFiles>(int message_id)>;
+
 /// The files of messages' attachments: `<root>/<message id>/<n>-<name>`.
 class ContentFiles {
  public:
@@ -49,7 +66,7 @@ class ContentFiles {
   static constexpr std::int64_t MAX_TOTAL_SIZE = std::int64_t{100} * 1024 * 1024;
 
   /// Makes the folder when it is missing. Throws `std::filesystem::filesystem_error`.
-  explicit ContentFiles(std::filesystem::path root);
+  explicit ContentFiles(const Locations& places);
 
   /// Copies files into the store. Refused: a file that is not a regular one, cannot be read, or makes the whole larger
   /// than `limit`.
@@ -58,16 +75,21 @@ class ContentFiles {
   void place(IncomingFiles& incoming, int message_id, std::size_t first_number) const;
 
   /// Copies a stored file to a new file. Refused when the target exists or cannot be made.
-  static void copy_out(const std::string& source, const std::string& target);
+  void copy_out(const std::string& source, const std::string& target) const;
 
   void remove(int message_id) const noexcept;
+  /// Binds the folder to a store, for this object's life. Throws `std::runtime_error` when it is another store's, or in
+  /// use: message ids are numbers that another store has as well.
+  void claim(std::string_view store_id);
   /// Removes what an instance left that died between copying and committing, or between committing and removing.
-  void remove_orphans(const std::function<bool(int message_id)>& exists) const;
+  void remove_orphans(const Inventory& inventory) const;
 
  private:
   std::filesystem::path folder_of(int message_id) const;
 
   std::filesystem::path _root;
+  FileGate _gate;
+  FileDescriptor _owner{-1};
 };
 
 }  // namespace msg_consumer::service

@@ -3,6 +3,7 @@
 
 #include <fcntl.h>
 #include <sys/file.h>
+#include <sys/stat.h>
 
 #include <cerrno>
 #include <stdexcept>
@@ -13,6 +14,9 @@ namespace msg_consumer::service {
 namespace {
 
 constexpr std::chrono::milliseconds PAUSE{10};
+
+// Whoever can open the file, for reading only even, can lock it, and keep the service from starting.
+constexpr mode_t LOCK_MODE = 0600;
 
 bool try_lock(const FileDescriptor& file, const std::string& path) {
   if (flock(file.get(), LOCK_EX | LOCK_NB) == 0) {
@@ -25,8 +29,8 @@ bool try_lock(const FileDescriptor& file, const std::string& path) {
 }
 
 FileDescriptor lock(const std::string& path, std::chrono::milliseconds patience) {
-  FileDescriptor file(open(path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW, 0640));
-  if (!file) {
+  FileDescriptor file(open(path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW, LOCK_MODE));
+  if (!file || fchmod(file.get(), LOCK_MODE) != 0) {
     throw std::system_error(errno, std::generic_category(), "cannot open the lock file " + path);
   }
   const auto end = std::chrono::steady_clock::now() + patience;

@@ -17,7 +17,8 @@ std::string from_environment(const char* variable, const char* otherwise) {
 
 Locations locations() {
   return {.database = schema::database_path(),
-          .files = from_environment("MSG_CONSUMER_FILES", "/var/lib/msg-consumer/files")};
+          .files = from_environment("MSG_CONSUMER_FILES", "/var/lib/msg-consumer/files"),
+          .exchange = from_environment("MSG_CONSUMER_EXCHANGE", "")};
 }
 
 }  // namespace msg_consumer::service

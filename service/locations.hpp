@@ -10,6 +10,9 @@ namespace msg_consumer::service {
 struct Locations {
   std::string database;  ///< MSG_CONSUMER_DB
   std::string files;     ///< MSG_CONSUMER_FILES: a folder of attachments for each message that has any
+  /// MSG_CONSUMER_EXCHANGE: the only folder through which files are handed over in either direction; empty for no such
+  /// limit.
+  std::string exchange = {};
 };
 
 /// The places that the environment names, or the default ones.

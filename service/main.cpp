@@ -14,6 +14,7 @@
 #include <msg-consumer-platform/logging.hpp>
 #include <msg-consumer-platform/releaser.hpp>
 
+#include "attachments.hpp"
 #include "bus-announcer.hpp"
 #include "bus-interface.hpp"
 #include "bus-names.hpp"
@@ -52,13 +53,17 @@ void end_at(sd_event* loop, int signal) {
   check(sd_event_add_signal(loop, nullptr, signal, nullptr, nullptr), "cannot watch for a signal");
 }
 
+// Only now: until somebody looks at the loop, a signal ends the service as it ends any program.
+void catch_signals(sd_event* loop) {
+  for (const int signal : {SIGTERM, SIGINT, SIGHUP}) {
+    end_at(loop, signal);
+  }
+}
+
 EventLoop make_loop() {
   sd_event* handle = nullptr;
   check(sd_event_new(&handle), "cannot make an event loop");
-  EventLoop loop(handle);
-  end_at(loop.get(), SIGTERM);
-  end_at(loop.get(), SIGINT);
-  return loop;
+  return EventLoop(handle);
 }
 
 Bus connect(sd_event* loop) {
@@ -86,8 +91,8 @@ int serve() {
   const Bus bus = connect(loop.get());
   const InstanceLock lock(places.database, LOCK_PATIENCE);
   StoreWriter store(places.database);
-  ContentFiles files(places.files);
-  files.remove_orphans([&](int message_id) { return store.messages().find(message_id).has_value(); });
+  ContentFiles files(places);
+  files.claim(store.id());
 
   const SystemClock clock;
   BusAnnouncer announcer(bus.get());
@@ -96,6 +101,8 @@ int serve() {
   Commands commands(store, files, inbox, network, clock);
   const BusInterface interface(bus.get(), commands, announcer);
   own_name(bus.get());
+  files.remove_orphans([&](int message_id) { return files_of_message(store.messages(), message_id); });
+  catch_signals(loop.get());
   const Readiness readiness(lock);
   return sd_event_loop(loop.get());
 }

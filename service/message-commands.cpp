@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
+#include <algorithm>
 #include <string>
 #include <utility>
 
@@ -9,6 +10,18 @@
 
 namespace msg_consumer::service {
 namespace {
+
+// A message beyond these would keep the service, and every reader of the store, busy for long.
+constexpr std::size_t MAX_RECIPIENTS = 1000;
+constexpr std::size_t MAX_TEXT_SIZE = std::size_t{1024} * 1024;
+
+// Before anything is split or copied.
+void check_size(const Submission& submission) {
+  const auto separators = std::count(submission.recipients.begin(), submission.recipients.end(), ';');
+  require(static_cast<std::size_t>(separators) < MAX_RECIPIENTS && submission.recipients.size() <= MAX_TEXT_SIZE &&
+              submission.text.size() <= MAX_TEXT_SIZE,
+          STATUS_TOO_MUCH);
+}
 
 MessageType type_of(std::string_view name) {
   require(name == "sms" || name == "mms", STATUS_INVALID_ARGUMENT);
@@ -118,6 +131,7 @@ Creation Commands::submit(const Submission& submission, int direction, int deliv
 }
 
 Creation Commands::store_new(const Submission& submission, int direction, int delivery) {
+  check_size(submission);
   const bool takes_files = type_of(submission.type) == TYPE_MMS;
   require(takes_files || submission.file_paths.empty(), STATUS_INVALID_ARGUMENT);
   IncomingFiles files = _files.copy_in(split_paths(submission.file_paths), ContentFiles::MAX_TOTAL_SIZE);

@@ -23,4 +23,9 @@ StoreWriter::~StoreWriter() {
   }
 }
 
+std::string StoreWriter::id() const {
+  schema::Statement statement(_database.get(), "SELECT id FROM store");
+  return statement.step() ? std::string(statement.text(0)) : std::string();
+}
+
 }  // namespace msg_consumer::service

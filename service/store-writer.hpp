@@ -22,6 +22,9 @@ class StoreWriter {
   StoreWriter(const StoreWriter&) = delete;
   StoreWriter& operator=(const StoreWriter&) = delete;
 
+  /// Random, and kept for the database's life.
+  std::string id() const;
+
   Threads& threads() { return _threads; }
   Messages& messages() { return _messages; }
   NmsBox& nms_box() { return _nms_box; }

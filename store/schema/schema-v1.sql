@@ -109,6 +109,12 @@ CREATE TABLE change_log (
   body TEXT NOT NULL
 ) STRICT;
 
+-- What this database is told from others by, whose ids are the same numbers.
+CREATE TABLE store (
+  id TEXT NOT NULL
+) STRICT;
+INSERT INTO store (id) VALUES (lower(hex(randomblob(16))));
+
 CREATE TABLE sequence (
   name TEXT PRIMARY KEY,
   last INTEGER NOT NULL

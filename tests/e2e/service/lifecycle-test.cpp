@@ -1,5 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <csignal>
+#include <cstring>
+#include <filesystem>
 
 #include "service-on-bus.hpp"
 
@@ -8,6 +10,7 @@ namespace {
 
 using testing::ElementsAre;
 using testing::HasSubstr;
+namespace fs = std::filesystem;
 
 class Lifecycle : public ServiceOnBus {
  protected:
@@ -17,6 +20,31 @@ class Lifecycle : public ServiceOnBus {
     auto service = std::make_unique<test::Process>(std::vector<std::string>{SERVICE_PROGRAM});
     EXPECT_TRUE(becomes_ready());
     return service;
+  }
+
+  static bool has_open(pid_t process, const std::string& file) {
+    std::error_code ended;
+    for (const auto& entry : fs::directory_iterator("/proc/" + std::to_string(process) + "/fd", ended)) {
+      if (fs::read_symlink(entry, ended) == file) {
+        return true;
+      }
+    }
+    return false;
+  }
+
+  /// Stores one message with a file, and returns where the file is.
+  fs::path store_an_attachment() {
+    test::write_file(folder.file("note.txt"), "text");
+    const Service service = start();
+    Client client(bus.address());
+    EXPECT_THAT(
+        client
+            .call("send_message", g_variant_new("(sisssi)", "mms", 0, "+4917", "", folder.file("note.txt").c_str(), 1))
+            .integers(),
+        ElementsAre(1, 0));
+    service->signal(SIGTERM);
+    EXPECT_EQ(service->wait(), 0);
+    return folder.path() / "files" / "1" / "1-note.txt";
   }
 };
 
@@ -30,8 +58,18 @@ TEST_P(CleanEnds, ClearTheReadinessAndExitWithSuccess) {
   EXPECT_EQ(service->standard_error(), "");
 }
 
-INSTANTIATE_TEST_SUITE_P(EachSignal, CleanEnds, testing::Values(SIGTERM, SIGINT),
-                         [](const auto& row) { return row.param == SIGTERM ? "Terminate" : "Interrupt"; });
+INSTANTIATE_TEST_SUITE_P(EachSignal, CleanEnds, testing::Values(SIGTERM, SIGINT, SIGHUP),
+                         [](const auto& row) { return std::string(sigabbrev_np(row.param)); });
+
+TEST_F(Lifecycle, ASignalDuringTheStartEndsItAtOnce) {
+  const Service first = start();
+  test::Process second({SERVICE_PROGRAM});
+  const std::string lock = path + ".lock";
+  ASSERT_TRUE(test::wait_until([&] { return has_open(second.pid(), lock); })) << "it waits for the first one's lock";
+  second.signal(SIGTERM);
+  EXPECT_EQ(second.wait(), -SIGTERM);
+  EXPECT_EQ(readiness(), 1);
+}
 
 TEST_F(Lifecycle, AfterASuddenDeathTheSuccessorIsReady) {
   const Service service = start();
@@ -58,10 +96,23 @@ TEST_F(Lifecycle, ASecondInstanceIsRefusedInWords) {
 TEST_F(Lifecycle, AnotherOwnerOfTheNameIsReported) {
   const Service first = start();
   const test::EnvironmentVariable other_database("MSG_CONSUMER_DB", folder.file("other.db"));
+  const test::EnvironmentVariable other_files("MSG_CONSUMER_FILES", folder.file("other-files"));
+  fs::create_directory(folder.file("other-files"));
+  test::write_file(folder.file("other-files/.incoming-1"), "nobody's yet");
   test::Process second({SERVICE_PROGRAM});
   EXPECT_EQ(second.wait(), 1);
   EXPECT_THAT(second.standard_error(), HasSubstr("another process owns the name"));
   EXPECT_EQ(readiness(), 1);
+  EXPECT_TRUE(fs::exists(folder.file("other-files/.incoming-1"))) << "it cleans up only what it serves";
+}
+
+TEST_F(Lifecycle, AnotherDatabaseDoesNotTouchTheAttachments) {
+  const fs::path attachment = store_an_attachment();
+  const test::EnvironmentVariable other_database("MSG_CONSUMER_DB", folder.file("other.db"));
+  test::Process service({SERVICE_PROGRAM});
+  EXPECT_EQ(service.wait(), 1);
+  EXPECT_THAT(service.standard_error(), HasSubstr("are another database's"));
+  EXPECT_EQ(test::read_file(attachment), "text");
 }
 
 TEST_F(Lifecycle, ADamagedDatabaseIsReportedAndLeftAlone) {

@@ -130,6 +130,18 @@ TEST_F(MessageCommands, ADraftIsStoredAndNotSent) {
   EXPECT_EQ(stored_thread(1).flag_e, 1);
 }
 
+TEST_F(MessageCommands, SizesAreBounded) {
+  EXPECT_EQ(send("+4917", std::string(1024 * 1024, 'x')).outcome.status, STATUS_OK);
+  EXPECT_EQ(send("+4917", std::string(1024 * 1024 + 1, 'x')).outcome.status, STATUS_TOO_MUCH);
+  std::string recipients = "+491000";
+  for (int number = 1001; number < 2000; ++number) {
+    recipients += ";+49" + std::to_string(number);
+  }
+  EXPECT_EQ(send(recipients).outcome.status, STATUS_OK);
+  EXPECT_EQ(send(recipients + ";+492000").outcome.status, STATUS_TOO_MUCH);
+  EXPECT_EQ(send(std::string(1024 * 1024 + 1, '1')).outcome.status, STATUS_TOO_MUCH);
+}
+
 TEST_F(MessageCommands, AnEmptyTextMayBeSent) {
   const Creation creation = send("+4917", "");
   ASSERT_EQ(creation.outcome.status, STATUS_OK);

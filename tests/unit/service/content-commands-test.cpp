@@ -1,7 +1,12 @@
 // SPDX-License-Identifier: Apache-2.0
+#include <sys/stat.h>
+#include <unistd.h>
+
 #include <filesystem>
+#include <fstream>
 
 #include "service-test.hpp"
+#include "service/attachments.hpp"
 
 namespace msg_consumer::service {
 namespace {
@@ -64,6 +69,73 @@ TEST_F(ContentCommands, TwoFilesOfOneNameAreKeptApart) {
   ASSERT_EQ(send_mms("", file("a/f.txt", "first") + ";" + file("b/f.txt", "second")).outcome.status, STATUS_OK);
   EXPECT_EQ(test::read_file(stored(1).contents.at(0).str_g), "first");
   EXPECT_EQ(test::read_file(stored(1).contents.at(1).str_g), "second");
+}
+
+/// The locks that this process holds, as the kernel lists them.
+std::vector<std::string> locks_of_this_process() {
+  std::vector<std::string> locks;
+  std::ifstream list("/proc/locks");
+  for (std::string line; std::getline(list, line);) {
+    if (line.find(" " + std::to_string(getpid()) + " ") != std::string::npos) {
+      locks.push_back(line.substr(line.find(' ')));
+    }
+  }
+  std::sort(locks.begin(), locks.end());
+  return locks;
+}
+
+TEST_F(ContentCommands, TheDatabaseIsNeitherSentNorUnlocked) {
+  send("+4917");
+  const std::string other_name = folder.file("innocent.txt");
+  fs::create_hard_link(path, other_name);
+  const std::vector<std::string> locks = locks_of_this_process();
+  ASSERT_FALSE(locks.empty());
+  for (const std::string& file : {path, path + "-wal", path + "-shm", other_name}) {
+    EXPECT_EQ(send_mms("", file).outcome.status, STATUS_FILE_OUT_OF_BOUNDS) << file;
+    EXPECT_EQ(locks_of_this_process(), locks) << file;
+  }
+  EXPECT_FALSE(message_exists(2));
+}
+
+TEST_F(ContentCommands, TheStoreKnowsTheFilesOfItsMessages) {
+  send_mms("look", file("note.txt", "text"));
+  EXPECT_THAT(files_of_message(store.messages(), 1)->names, testing::Contains("1-note.txt"));
+  EXPECT_EQ(files_of_message(store.messages(), 2), std::nullopt);
+  beside("UPDATE message SET packed = x'00' WHERE id = 1");
+  EXPECT_TRUE(files_of_message(store.messages(), 1)->all) << "a damaged message keeps what it may have";
+}
+
+TEST_F(ContentCommands, AHundredFilesAreTakenAndNoMore) {
+  const std::string note = file("n", "x");
+  std::string paths;
+  for (int count = 0; count < 100; ++count) {
+    paths += note + ";";
+  }
+  EXPECT_EQ(send_mms("", paths + note).outcome.status, STATUS_TOO_MUCH);
+  EXPECT_EQ(folders(), 0U);
+  EXPECT_EQ(send_mms("", paths).message_id, 1);
+  EXPECT_EQ(commands.send_content_file(1, note).status, STATUS_TOO_MUCH);
+}
+
+TEST_F(ContentCommands, AStrangeStoredPathGivesNoFile) {
+  send_mms("", file("note.txt", "text"));
+  const std::string secret = file("secret", "secret");
+  edit(1, [&](Message& message) { message.contents.at(0).str_g = secret; });
+  EXPECT_EQ(commands.get_content_file(1, folder.file("copy.txt")).status, STATUS_FILE_OUT_OF_BOUNDS);
+  EXPECT_FALSE(fs::exists(folder.file("copy.txt")));
+}
+
+TEST_F(ContentCommands, ReadersOfTheStoreMayReadItsFilesWhateverTheMask) {
+  fs::permissions(file_root, fs::perms::set_gid, fs::perm_options::add);
+  const std::string note = file("note.txt", "text");
+  const mode_t mask = umask(0077);
+  send_mms("", note);
+  commands.get_content_file(1, folder.file("copy.txt"));
+  umask(mask);
+  const auto mode_of = [](const fs::path& file) { return static_cast<unsigned>(fs::status(file).permissions()); };
+  EXPECT_EQ(mode_of(file_root / "1"), 02750U);
+  EXPECT_EQ(mode_of(file_root / "1" / "1-note.txt"), 0640U);
+  EXPECT_EQ(mode_of(folder.file("copy.txt")), 0640U);
 }
 
 TEST_F(ContentCommands, TheCopyIsTheServicesOwn) {

@@ -39,7 +39,7 @@ class Files : public testing::Test {
 
   test::TempDir folder;
   fs::path root = folder.path() / "files";
-  ContentFiles files{root};
+  ContentFiles files{{.database = folder.file("messages.db"), .files = root}};
 };
 
 struct Odd {
@@ -51,8 +51,9 @@ struct Odd {
 class OddFiles : public Files, public testing::WithParamInterface<Odd> {};
 
 TEST_P(OddFiles, AreRefused) {
-  const std::string path = folder.file("odd");
-  GetParam().make(path);
+  const std::string place = folder.file("odd");
+  GetParam().make(place);
+  const std::string path = fs::exists(folder.path() / "linked") ? folder.file("linked/odd") : place;
   EXPECT_EQ(copying(path), GetParam().status);
   EXPECT_EQ(entries(root), 0U);
 }
@@ -65,6 +66,13 @@ void make_socket(const std::string& path) {
   ASSERT_EQ(bind(socket.get(), reinterpret_cast<const sockaddr*>(&address), sizeof(address)), 0);
 }
 
+void make_linked_folder(const std::string& path) {
+  const fs::path folder = fs::path(path).parent_path();
+  fs::create_directory(folder / "real");
+  test::write_file(folder / "real" / "odd", "x");
+  fs::create_directory_symlink(folder / "real", folder / "linked");
+}
+
 INSTANTIATE_TEST_SUITE_P(
     EachKind, OddFiles,
     testing::Values(Odd{"Missing", [](const std::string&) {}, STATUS_FILE_NOT_FOUND},
@@ -73,10 +81,58 @@ INSTANTIATE_TEST_SUITE_P(
                         STATUS_FILE_NOT_REGULAR},
                     Odd{"Pipe", [](const std::string& path) { ASSERT_EQ(mkfifo(path.c_str(), 0600), 0); },
                         STATUS_FILE_NOT_REGULAR},
-                    Odd{"Socket", make_socket, STATUS_FILE_NOT_REGULAR}),
+                    Odd{"Socket", make_socket, STATUS_FILE_NOT_REGULAR},
+                    Odd{"ThroughALinkedFolder", make_linked_folder, STATUS_FILE_NOT_REGULAR}),
     [](const auto& row) { return row.param.name; });
 
 TEST_F(Files, ADeviceIsRefused) { EXPECT_EQ(copying("/dev/zero"), STATUS_FILE_NOT_REGULAR); }
+
+struct Foreign {
+  const char* name;
+  const char* path;
+  Status status;
+};
+
+class KernelFiles : public Files, public testing::WithParamInterface<Foreign> {};
+
+TEST_P(KernelFiles, AreRefused) { EXPECT_EQ(copying(GetParam().path), GetParam().status); }
+
+INSTANTIATE_TEST_SUITE_P(EachWay, KernelFiles,
+                         testing::Values(Foreign{"OfTheProcess", "/proc/1/environ", STATUS_FILE_NOT_REGULAR},
+                                         Foreign{"ThroughALink", "/proc/self/environ", STATUS_FILE_NOT_REGULAR},
+                                         Foreign{"ThroughARoot", "/proc/1/root/etc/hostname", STATUS_FILE_NOT_REGULAR},
+                                         Foreign{"OfTheSystem", "/sys/kernel/uevent_seqnum", STATUS_FILE_NOT_REGULAR}),
+                         [](const auto& row) { return row.param.name; });
+
+TEST_F(Files, TheAttachmentsOfOthersAreRefused) {
+  fs::create_directory(root / "7");
+  test::write_file(root / "7" / "1-note", "private");
+  EXPECT_EQ(copying(root / "7" / "1-note"), STATUS_FILE_OUT_OF_BOUNDS);
+  EXPECT_EQ(status_of([&] { files.copy_out(root / "7" / "1-note", root / "7" / "2-copy"); }),
+            STATUS_FILE_OUT_OF_BOUNDS);
+  EXPECT_FALSE(fs::exists(root / "7" / "2-copy"));
+}
+
+TEST_F(Files, AreHandedOverInOneFolderWhereThereIsOne) {
+  const fs::path exchange = folder.path() / "exchange";
+  fs::create_directories(exchange / "deeper");
+  const ContentFiles confined({.database = folder.file("messages.db"), .files = root, .exchange = exchange});
+  const auto taking = [&](const fs::path& path) { return status_of([&] { confined.copy_in({path}, 10); }); };
+  test::write_file(folder.file("outside"), "x");
+  test::write_file(exchange / "deeper" / "inside", "x");
+  EXPECT_EQ(taking(exchange / "deeper" / "inside"), STATUS_OK);
+  EXPECT_EQ(taking(folder.file("outside")), STATUS_FILE_OUT_OF_BOUNDS);
+  EXPECT_EQ(taking(exchange / ".." / "outside"), STATUS_FILE_OUT_OF_BOUNDS);
+
+  fs::create_directory(root / "7");
+  test::write_file(root / "7" / "1-note", "text");
+  const auto giving = [&](const fs::path& path) {
+    return status_of([&] { confined.copy_out(root / "7" / "1-note", path); });
+  };
+  EXPECT_EQ(giving(exchange / "copy"), STATUS_OK);
+  EXPECT_EQ(giving(folder.file("copy")), STATUS_FILE_OUT_OF_BOUNDS);
+  EXPECT_FALSE(fs::exists(folder.file("copy")));
+}
 
 /// Gives up root's rights, as long as it lives.
 class OrdinaryUser {
@@ -130,12 +186,44 @@ TEST_F(Files, WhatADeadInstanceLeftIsRemovedAndNothingElse) {
     fs::create_directory(root / name);
     test::write_file(root / name / "1-file", "x");
   }
-  files.remove_orphans([](int message_id) { return message_id == 1; });
+  test::write_file(root / "1" / "2-never-named", "x");
+  fs::create_directory(root / "3");
+  test::write_file(root / "3" / "1-of-a-damaged-message", "x");
+  files.remove_orphans([](int message_id) -> std::optional<MessageFiles> {
+    switch (message_id) {
+      case 1:
+        return MessageFiles{.all = false, .names = {"1-file"}};
+      case 3:
+        return MessageFiles{.all = true};
+      default:
+        return std::nullopt;
+    }
+  });
   EXPECT_TRUE(fs::exists(root / "1" / "1-file"));
+  EXPECT_FALSE(fs::exists(root / "1" / "2-never-named"));
+  EXPECT_TRUE(fs::exists(root / "3" / "1-of-a-damaged-message"));
   EXPECT_FALSE(fs::exists(root / "2"));
   EXPECT_FALSE(fs::exists(root / ".incoming-x1y2z3"));
   EXPECT_TRUE(fs::exists(root / "notes" / "1-file"));
   EXPECT_TRUE(fs::exists(root / "2000000000000" / "1-file"));
+}
+
+TEST_F(Files, BelongToOneStore) {
+  const Locations places{.database = folder.file("messages.db"), .files = root};
+  { ContentFiles(places).claim("one"); }
+  EXPECT_NO_THROW(ContentFiles(places).claim("one"));
+  EXPECT_THROW(ContentFiles(places).claim("other"), std::runtime_error);
+}
+
+TEST_F(Files, AreUsedByOneInstance) {
+  files.claim("one");
+  ContentFiles second({.database = folder.file("messages.db"), .files = root});
+  EXPECT_THROW(second.claim("one"), std::runtime_error);
+}
+
+TEST_F(Files, OfAnUnknownStoreAreNotTakenOver) {
+  fs::create_directory(root / "1");
+  EXPECT_THROW(files.claim("one"), std::runtime_error);
 }
 
 TEST_F(Files, AnOrphanInTheWayDoesNoHarm) {

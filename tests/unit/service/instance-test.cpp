@@ -70,6 +70,14 @@ TEST_F(Instance, ASuccessorWaitsForOneThatIsEnding) {
   successor.join();
 }
 
+TEST_F(Instance, NobodyElseCanTakeItsLock) {
+  const std::string file = database + ".lock";
+  test::write_file(file, "");
+  std::filesystem::permissions(file, std::filesystem::perms(0644));
+  const InstanceLock lock(database, NONE);
+  EXPECT_EQ(std::filesystem::status(file).permissions(), std::filesystem::perms(0600));
+}
+
 TEST_F(Instance, OnesOfOtherDatabasesDoNotMatter) {
   const InstanceLock first(database, NONE);
   EXPECT_NO_THROW((InstanceLock{folder.file("other.db"), NONE}));
@@ -97,12 +105,16 @@ TEST_F(Instance, CannotBeReadyWhenItCannotSaySo) {
 TEST(Places, AreTheDefaultOnesUnlessTheEnvironmentNamesOthers) {
   const EnvironmentVariable no_database("MSG_CONSUMER_DB", std::nullopt);
   const EnvironmentVariable no_files("MSG_CONSUMER_FILES", std::nullopt);
+  const EnvironmentVariable no_exchange("MSG_CONSUMER_EXCHANGE", std::nullopt);
   EXPECT_EQ(locations().database, "/var/lib/msg-consumer/messages.db");
   EXPECT_EQ(locations().files, "/var/lib/msg-consumer/files");
+  EXPECT_EQ(locations().exchange, "");
   const EnvironmentVariable database("MSG_CONSUMER_DB", "/elsewhere/m.db");
   const EnvironmentVariable files("MSG_CONSUMER_FILES", "/elsewhere/files");
   EXPECT_EQ(locations().database, "/elsewhere/m.db");
   EXPECT_EQ(locations().files, "/elsewhere/files");
+  const EnvironmentVariable exchange("MSG_CONSUMER_EXCHANGE", "/elsewhere/exchange");
+  EXPECT_EQ(locations().exchange, "/elsewhere/exchange");
 }
 
 }  // namespace

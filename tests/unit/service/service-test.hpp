@@ -122,7 +122,7 @@ class ServiceTest : public testing::Test {
   std::filesystem::path file_root = folder.path() / "files";
   test::EnvironmentVariable database_variable{"MSG_CONSUMER_DB", path};
   StoreWriter store{path};
-  ContentFiles files{file_root};
+  ContentFiles files{{.database = path, .files = file_root}};
   Inbox inbox{store};
   SilentNetwork network;
   SteppedClock clock;
