@@ -4,6 +4,8 @@
 #include <glib.h>
 
 #include <algorithm>
+#include <string>
+#include <unordered_set>
 
 #include <msg-consumer-platform/releaser.hpp>
 
@@ -20,13 +22,9 @@ constexpr gunichar SEPARATOR_CHARACTER = SEPARATOR;
 
 constexpr std::string_view REPLACEMENT = "\uFFFD";
 
-bool is_plain(char c) {
-  return c > 0 && c != SEPARATOR;
-}
+bool is_plain(char c) { return c > 0 && c != SEPARATOR; }
 
-char ascii_lower(char c) {
-  return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
-}
+char ascii_lower(char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; }
 
 // SQLite's tokenizer reads U+FFFE and U+FFFF as U+FFFD: folded alike, the index and a plain scan agree.
 bool is_replaced(gunichar character) {
@@ -62,11 +60,12 @@ std::optional<std::string> fold(std::string_view text) {
 
 std::optional<std::string> searchable_text(const Message& message) {
   std::string result;
-  const auto append = [&result](std::string_view text) {
+  std::unordered_set<std::string> seen;
+  const auto append = [&result, &seen](std::string_view text) {
     const auto folded = fold(text);
     if (!folded) return false;
     // What is there already, as a sender among the addresses is, would be found by the same keywords.
-    if (result.find(*folded) == std::string::npos) result.append(*folded).push_back(SEPARATOR);
+    if (!folded->empty() && seen.insert(*folded).second) result.append(*folded).push_back(SEPARATOR);
     return true;
   };
   const bool complete = append(message.str_d) && append(message.str_o) && append(message.str_p) &&
