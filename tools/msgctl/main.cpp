@@ -22,7 +22,7 @@ constexpr const char* footer =
     "  0  done\n"
     "  1  failed\n"
     "  2  the command line was not understood\n"
-    "  3  no such message or thread\n"
+    "  3  no such message, thread or other record\n"
     "  4  the service or the message bus cannot be reached\n"
     "  5  refused: by the service, or for an invalid argument\n"
     "  6  not supported on this device\n"
