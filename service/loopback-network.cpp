@@ -19,6 +19,17 @@ std::uint64_t microseconds(std::chrono::milliseconds delay) {
   return static_cast<std::uint64_t>(std::chrono::microseconds(delay).count());
 }
 
+// A damaged message must not hold up the others.
+std::optional<StoredMessage> find_readable(Messages& messages, int id) try {
+  return messages.find(id);
+} catch (const schema::SqliteError& error) {
+  if (error.primary() != SQLITE_CORRUPT) {
+    throw;
+  }
+  LOG_ERROR(HERE, "[ERROR] message (%d) is passed over: %s", id, error.what());
+  return std::nullopt;
+}
+
 }  // namespace
 
 LoopbackNetwork::LoopbackNetwork(sd_event* loop, StoreWriter& store, Announcer& announcer,
@@ -99,7 +110,7 @@ void LoopbackNetwork::move(Beat& beat, const std::vector<int>& ids, int from, in
 
 void LoopbackNetwork::finish_retrievals(Beat& beat) {
   for (const int id : _retrieving) {
-    std::optional<StoredMessage> stored = _store.messages().find(id);
+    std::optional<StoredMessage> stored = find_readable(_store.messages(), id);
     if (!stored || stored->message.num_n != RETRIEVAL_RUNNING) {
       continue;
     }

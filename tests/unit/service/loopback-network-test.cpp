@@ -120,6 +120,17 @@ TEST_F(Loopback, ARetrievalEnds) {
   EXPECT_EQ(stored(id).subType, SUBTYPE_PLAIN);
 }
 
+TEST_F(Loopback, ADamagedMessageHoldsNothingUp) {
+  LoopbackNetwork loopback(loop.get(), store, announcer, BEAT);
+  const int damaged = receive_from("+491");
+  beside("UPDATE message SET packed = x'00'");
+  loopback.retrieve(damaged);
+  send("+492");
+  loopback.send_queued();
+  ASSERT_TRUE(run_until(announced(3)));
+  EXPECT_EQ(stored(2).num_f, DELIVERY_DELIVERED);
+}
+
 TEST_F(Loopback, AFailureOfTheStoreIsTriedAgain) {
   LoopbackNetwork loopback(loop.get(), store, announcer, BEAT);
   send("+491");
