@@ -19,9 +19,6 @@ namespace {
 constexpr mode_t DATABASE_MODE = 0640;
 constexpr mode_t PERMISSION_BITS = 0777;
 
-// How long a commit waits for whoever looks into the database with a tool of their own.
-constexpr int BUSY_TIMEOUT_MS = 1000;
-
 [[noreturn]] void fail(const std::string& what) { throw std::system_error(errno, std::generic_category(), what); }
 
 struct stat status_of(const FileDescriptor& file, const std::string& path) {

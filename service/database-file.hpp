@@ -8,6 +8,9 @@
 
 namespace msg_consumer::service {
 
+/// How long a commit waits for whoever looks into the database with a tool of their own.
+inline constexpr int BUSY_TIMEOUT_MS = 1000;
+
 /// Opens the database for its one writer: makes it when it is missing, migrates it, and sets it up so that what is
 /// committed survives and readers of other users get in at any time. Throws, and changes nothing, when the file is
 /// damaged, foreign or of a newer version.

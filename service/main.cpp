@@ -75,6 +75,11 @@ Bus connect(sd_event* loop) {
   return bus;
 }
 
+int shorten_log(sd_event_source* /*source*/, void* store) {
+  static_cast<StoreWriter*>(store)->shorten_log();
+  return 0;
+}
+
 void own_name(sd_bus* bus) {
   const int result = sd_bus_request_name(bus, BUS_NAME, 0);
   if (result == -EEXIST || result == -EALREADY) {
@@ -102,6 +107,8 @@ int serve() {
   const BusInterface interface(bus.get(), commands, announcer);
   own_name(bus.get());
   files.remove_orphans([&](int message_id) { return files_of_message(store.messages(), message_id); });
+  // After the answers are out.
+  check(sd_event_add_post(loop.get(), nullptr, shorten_log, &store), "cannot watch the log");
   catch_signals(loop.get());
   const Readiness readiness(lock);
   return sd_event_loop(loop.get());

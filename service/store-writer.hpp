@@ -25,6 +25,9 @@ class StoreWriter {
   /// Random, and kept for the database's life.
   std::string id() const;
 
+  /// Empties the write-ahead log once it has grown long. Waits a moment for readers: not while a caller waits.
+  void shorten_log() noexcept;
+
   Threads& threads() { return _threads; }
   Messages& messages() { return _messages; }
   NmsBox& nms_box() { return _nms_box; }
@@ -53,12 +56,16 @@ class StoreWriter {
   }
 
  private:
+  static int on_commit(void* writer, sqlite3* database, const char* name, int pages);
+
   schema::Database _database;
   Threads _threads;
   Messages _messages;
   NmsBox _nms_box;
   ChangeLog _change_log;
   DeviceRequests _device_requests;
+  int _log_pages = 0;
+  int _next_attempt = 0;
 };
 
 }  // namespace msg_consumer::service

@@ -6,12 +6,16 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <chrono>
 #include <functional>
 #include <stdexcept>
+#include <thread>
 
 #include "schema/schema.hpp"
 #include "service/store-writer.hpp"
+#include "support/process.hpp"
 #include "support/temp-dir.hpp"
+#include "support/wait-until.hpp"
 
 namespace msg_consumer::service {
 namespace {
@@ -73,6 +77,35 @@ TEST_F(DatabaseFile, ACleanEndLeavesAnEmptyLog) {
   { const StoreWriter store(path); }
   EXPECT_EQ(look_at(path + "-wal").st_size, 0);
   EXPECT_GT(look_at(path).st_size, 0);
+}
+
+/// Two connections take turns, so that at any time one of them is reading.
+int read_without_pause(const std::string& path, const std::string& ready) {
+  const schema::Database databases[] = {schema::open_database(path, SQLITE_OPEN_READONLY),
+                                        schema::open_database(path, SQLITE_OPEN_READONLY)};
+  constexpr auto BEGIN = "BEGIN; SELECT count(*) FROM message";
+  schema::execute(databases[0].get(), BEGIN);
+  test::write_file(ready, "");
+  for (int turn = 1;; ++turn) {
+    schema::execute(databases[turn % 2].get(), BEGIN);
+    schema::execute(databases[(turn + 1) % 2].get(), "COMMIT");
+    std::this_thread::sleep_for(std::chrono::milliseconds(5));
+  }
+}
+
+TEST_F(DatabaseFile, TheLogStaysBoundedWhileReadersOverlap) {
+  { const StoreWriter store(path); }
+  const std::string ready = folder.file("ready");
+  // A fork, and before this process opens the database: locks are the process's.
+  const test::Process readers([&] { return read_without_pause(path, ready); });
+  ASSERT_TRUE(test::wait_until([&] { return access(ready.c_str(), F_OK) == 0; }));
+  StoreWriter store(path);
+  constexpr off_t MEBIBYTE = 1024 * 1024;
+  for (int number = 0; number < 60; ++number) {
+    store.transact([&] { store.device_requests().add(std::string(static_cast<std::size_t>(MEBIBYTE), 'x'), 0, 0); });
+    store.shorten_log();
+    ASSERT_LT(look_at(path + "-wal").st_size, 24 * MEBIBYTE);
+  }
 }
 
 struct Unusable {
