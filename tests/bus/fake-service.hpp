@@ -47,7 +47,7 @@ class FakeService {
 
  private:
   static GDBusMessage* on_message(GDBusConnection* connection, GDBusMessage* message, gboolean incoming,
-                                  gpointer service);
+                                  gpointer user_data);
   void handle(GDBusMessage* message);
 
   mutable std::mutex _mutex;
