@@ -18,21 +18,13 @@ bool is_blank(gunichar c) {
   return g_unichar_isspace(c) != FALSE || c == 0x0B || c == 0x85;
 }
 
-bool is_dash(gunichar c) {
-  return c == '-' || (c >= 0x2010 && c <= 0x2015) || c == 0x2212;
-}
+bool is_dash(gunichar c) { return c == '-' || (c >= 0x2010 && c <= 0x2015) || c == 0x2212; }
 
-bool is_bracket(gunichar c) {
-  return std::string_view("()[]{}").find(static_cast<char>(c)) != std::string_view::npos;
-}
+bool is_bracket(gunichar c) { return std::string_view("()[]{}").find(static_cast<char>(c)) != std::string_view::npos; }
 
-bool is_decoration(gunichar c) {
-  return is_blank(c) || is_dash(c) || c == '.' || (c < 0x80 && is_bracket(c));
-}
+bool is_decoration(gunichar c) { return is_blank(c) || is_dash(c) || c == '.' || (c < 0x80 && is_bracket(c)); }
 
-const char* end_of(std::string_view text) {
-  return text.data() + text.size();
-}
+const char* end_of(std::string_view text) { return text.data() + text.size(); }
 
 // The functions below take UTF-8.
 

@@ -23,9 +23,7 @@ int pragma(sqlite3* database, const char* sql) {
   return statement.step() ? static_cast<int>(statement.integer(0)) : 0;
 }
 
-bool is_empty(sqlite3* database) {
-  return pragma(database, "SELECT count(*) FROM sqlite_schema") == 0;
-}
+bool is_empty(sqlite3* database) { return pragma(database, "SELECT count(*) FROM sqlite_schema") == 0; }
 
 int migratable_version(sqlite3* database) {
   const Identity identity = read_identity(database);

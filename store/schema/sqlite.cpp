@@ -15,14 +15,10 @@ void check(sqlite3* database, int code) {
   if (code != SQLITE_OK) fail(database, code);
 }
 
-void check(sqlite3_stmt* statement, int code) {
-  check(sqlite3_db_handle(statement), code);
-}
+void check(sqlite3_stmt* statement, int code) { check(sqlite3_db_handle(statement), code); }
 
 // SQLite takes a null pointer for NULL, whatever the length.
-const char* data_of(std::string_view bytes) {
-  return bytes.data() != nullptr ? bytes.data() : "";
-}
+const char* data_of(std::string_view bytes) { return bytes.data() != nullptr ? bytes.data() : ""; }
 
 std::string_view view(const void* data, int size) {
   return data != nullptr ? std::string_view(static_cast<const char*>(data), static_cast<std::size_t>(size))
@@ -101,9 +97,7 @@ std::string_view Statement::blob(int column) const {
 }
 
 // IMMEDIATE: a transaction that starts by reading could not be upgraded once another connection has written.
-Transaction::Transaction(sqlite3* database) : _database(database) {
-  execute(database, "BEGIN IMMEDIATE");
-}
+Transaction::Transaction(sqlite3* database) : _database(database) { execute(database, "BEGIN IMMEDIATE"); }
 
 Transaction::~Transaction() {
   // SQLite may have rolled back by itself, when the disk is full for example.
