@@ -115,6 +115,8 @@ int BusInterface::handle(sd_bus_message* call, void* self, sd_bus_error* error) 
     return static_cast<BusInterface*>(self)->answer(call, error, command);
   } catch (const std::bad_alloc&) {
     return -ENOMEM;
+  } catch (...) {
+    return -EIO;
   }
 }
 

@@ -129,7 +129,6 @@ class Commands {
   Creation submit(const Submission& submission, int direction, int delivery) noexcept;
   Creation store_new(const Submission& submission, int direction, int delivery);
   StoredMessage compose(const Submission& submission, int direction, int delivery);
-  void append_parts(Message& message, std::string_view text, IncomingFiles& files);
   ThreadInfo thread_for(const Submission& submission);
 
   StoreWriter& _store;
