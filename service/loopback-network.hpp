@@ -18,8 +18,8 @@
 namespace msg_consumer::service {
 
 /// Stands in for the modem: at each beat every message on its way moves one step, from queued to sending, sent and
-/// delivered. What an earlier instance left queued or being sent goes on; a report of delivery that it still awaited does
-/// not come any more.
+/// delivered. What an earlier instance left queued or being sent goes on; a report of delivery that it still awaited
+/// does not come any more.
 class LoopbackNetwork final : public Network {
  public:
   static constexpr std::chrono::milliseconds DEFAULT_BEAT{100};
