@@ -78,6 +78,8 @@ struct LaunchFailure {
   std::vector<std::string> calls;  ///< after the preference was read
 };
 
+void PrintTo(const LaunchFailure& row, std::ostream* out) { *out << row.name; }
+
 class FailedLaunch : public ClientTest, public testing::WithParamInterface<LaunchFailure> {};
 
 TEST_P(FailedLaunch, IsSaidAndLeavesNothingBehind) {

@@ -354,6 +354,8 @@ struct GateRow {
   int (*run)();
 };
 
+void PrintTo(const GateRow& row, std::ostream* out) { *out << row.function; }
+
 class Gate : public ClientTest, public testing::WithParamInterface<GateRow> {};
 
 TEST_P(Gate, IsClosedWithoutNumberSyncBeforeAnyArgumentIsLookedAt) {

@@ -286,6 +286,8 @@ struct Nonsense {
   const char* complaint;
 };
 
+void PrintTo(const Nonsense& row, std::ostream* out) { *out << row.name; }
+
 class NonsensicalReply : public ClientTest, public testing::WithParamInterface<Nonsense> {};
 
 TEST_P(NonsensicalReply, IsLoggedLikeAFailedCallAndWritesNothing) {

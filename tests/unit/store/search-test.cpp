@@ -66,7 +66,7 @@ TEST(Search, FindsWhatAPlainScanFinds) {
   const int thread = store.add_thread({"1"});
   std::vector<StoredTexts> messages;
   store.execute("BEGIN");
-  for (int i = 0; i < 3000; ++i) messages.push_back(add_random_message(store, thread, random));
+  for (int i = 0; i < 10'000; ++i) messages.push_back(add_random_message(store, thread, random));
   store.execute("COMMIT");
 
   int hits = 0;
