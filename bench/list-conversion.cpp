@@ -24,7 +24,8 @@ std::vector<msg_consumer::Message> make_messages(std::size_t count) {
   message.addresses[1].address = "someone@example.org";
   message.contents.resize(1);
   message.contents[0].str_h = "picture.jpg";
-  return std::vector<msg_consumer::Message>(count, message);
+  std::vector<msg_consumer::Message> messages(count, message);
+  return messages;
 }
 
 void convert_message_list(benchmark::State& state) {
@@ -32,6 +33,7 @@ void convert_message_list(benchmark::State& state) {
   for ([[maybe_unused]] auto _ : state) {
     state.PauseTiming();
     prepared = make_messages(count);
+    // NOLINTNEXTLINE(cppcoreguidelines-no-malloc,cppcoreguidelines-owning-memory): as an application makes one
     auto* list = static_cast<msg_list_handle_t*>(std::calloc(1, sizeof(msg_list_handle_t)));
     msg_list_condition_t condition = {};
     state.ResumeTiming();

@@ -185,6 +185,7 @@ TEST_F(NetworkStore, DropsMetadataAndSubscriptionButNoMessagesWhenTheBoxIsReset)
 TEST_F(NetworkStore, RefusesARecordThatCannotBeAndStoresNothing) {
   connect();
   IncomingMessage nobody("", "text", "");
+  g_slist_free(nobody->address_list);
   nobody->address_list = nullptr;
   EXPECT_EQ(nobody.add(), MSG_CONSUMER_ERROR_INVALID_PARAMETER);
   IncomingMessage strange("+49170", "text", "");
