@@ -125,6 +125,12 @@ constexpr const char* PREFERENCE_DELAY_EVENTS = "consumer_preference_int_delay_n
 
 // ---- Conversions: store records to public records ----
 
+/// Whether there is no record to convert into, because none could be allocated; says so for the conversion.
+bool is_missing(const CallSite& site, const void* record) {
+  if (record == nullptr) LOG_ERROR(site, "[ERROR] invalid parameter!");
+  return record == nullptr;
+}
+
 /// A zero-filled public record, or null.
 template <typename Record>
 Record* new_record() {
@@ -174,10 +180,7 @@ void append_converted(const std::vector<Record>& from, GSList** to, void (*conve
 }
 
 void __convert_legacy_address(const Address& from, msg_address_item_t* to) {
-  if (to == nullptr) {
-    LOG_ERROR(HERE, "[ERROR] invalid parameter!");
-    return;
-  }
+  if (is_missing(HERE, to)) return;
   to->num_1 = from.num_a;
   to->num_2 = from.num_b;
   to->num_3 = from.num_c;
@@ -199,10 +202,7 @@ int normalised_kind(int kind) {
 }
 
 void __convert_legacy_content(const Content& from, msg_content_item_t* to) {
-  if (to == nullptr) {
-    LOG_ERROR(HERE, "[ERROR] invalid parameter!");
-    return;
-  }
+  if (is_missing(HERE, to)) return;
   to->content_id = from.id;
   to->num_2 = from.num_b;
   to->kind = normalised_kind(from.kind);
@@ -218,10 +218,7 @@ void __convert_legacy_content(const Content& from, msg_content_item_t* to) {
 }
 
 void __convert_legacy_nms_msg_meta(const NmsMsgMeta& from, msg_nms_msg_meta_data_t* to) {
-  if (to == nullptr) {
-    LOG_ERROR(HERE, "[ERROR] invalid parameter!");
-    return;
-  }
+  if (is_missing(HERE, to)) return;
   to->msg_id = from.msgId;
   to->meta_str1 = copy(from.metaStr1);
   to->meta_str2 = copy(from.metaStr2);
@@ -238,10 +235,7 @@ void __convert_legacy_nms_msg_meta(const NmsMsgMeta& from, msg_nms_msg_meta_data
 
 // The members do not all cross in the store's order; the binary interface is what it is.
 void __convert_legacy_message(const Message& from, msg_message_item_t* to) {
-  if (to == nullptr) {
-    LOG_ERROR(HERE, "[ERROR] invalid parameter!");
-    return;
-  }
+  if (is_missing(HERE, to)) return;
   to->msg_id = from.id;
   to->num_2 = from.num_c;
   to->text_3 = copy(from.str_d);
@@ -270,10 +264,7 @@ void __convert_legacy_message(const Message& from, msg_message_item_t* to) {
 }
 
 void __convert_legacy_thread(const Thread& from, msg_thread_view_t* to) {
-  if (to == nullptr) {
-    LOG_ERROR(HERE, "[ERROR] invalid parameter!");
-    return;
-  }
+  if (is_missing(HERE, to)) return;
   to->thread_id = from.id;
   to->text_2 = copy(from.str_m);
   to->text_3 = copy(from.str_n);
@@ -292,10 +283,7 @@ void __convert_legacy_thread(const Thread& from, msg_thread_view_t* to) {
 }
 
 void __convert_legacy_conversation(const Conversation& from, msg_conversation_view_t* to) {
-  if (to == nullptr) {
-    LOG_ERROR(HERE, "[ERROR] invalid parameter!");
-    return;
-  }
+  if (is_missing(HERE, to)) return;
   to->msg_id = from.id;
   to->num_2 = from.num_c;
   to->text_3 = copy(from.str_d);
