@@ -95,7 +95,7 @@ Outcome Commands::delete_messages(const std::function<std::optional<Change>()>& 
   std::vector<int> message_ids;
   Outcome outcome = guarded([&] {
     return _store.commit([&] {
-      const std::optional<Change> change = work();
+      std::optional<Change> change = work();
       if (change) {
         message_ids = change->message_ids;
       }
