@@ -22,7 +22,7 @@ using Subscription = Owned<msg_nms_mssi_info_t, msg_consumer_free_nms_mssi_info>
 template <typename Owner>
 Owner zero_filled() {
   using Record = typename Owner::element_type;
-  Owner record(static_cast<Record*>(std::calloc(1, sizeof(Record))));
+  Owner record(static_cast<Record*>(std::calloc(1, sizeof(Record))));  // NOLINT(cppcoreguidelines-no-malloc)
   if (!record) throw std::bad_alloc();
   return record;
 }
