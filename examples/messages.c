@@ -62,7 +62,7 @@ static int send_and_list(const char* recipient, const char* text) {
 
 int main(int argc, char** argv) {
   if (argc < 3) {
-    fprintf(stderr, "usage: %s RECIPIENT TEXT [EVENTS]\n", argv[0]);
+    g_printerr("usage: %s RECIPIENT TEXT [EVENTS]\n", argv[0]);
     return EXIT_FAILURE;
   }
   struct listener listener = {g_main_loop_new(NULL, FALSE), argc > 3 ? strtol(argv[3], NULL, 10) : 4};
@@ -73,7 +73,7 @@ int main(int argc, char** argv) {
   }
   if (status == MSG_CONSUMER_ERROR_NONE) status = send_and_list(argv[1], argv[2]);
   if (status == MSG_CONSUMER_ERROR_NONE && listener.events_left > 0) g_main_loop_run(listener.loop);
-  if (status != MSG_CONSUMER_ERROR_NONE) fprintf(stderr, "failed with status %d\n", status);
+  if (status != MSG_CONSUMER_ERROR_NONE) g_printerr("failed with status %d\n", status);
 
   msg_consumer_disconnect();
   g_main_loop_unref(listener.loop);

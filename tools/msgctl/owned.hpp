@@ -11,6 +11,7 @@ template <auto release>
 struct Releaser {
   template <typename T>
   void operator()(T* resource) const {
+    // NOLINTNEXTLINE(cppcoreguidelines-owning-memory): whoever calls a deleter owns the resource
     static_cast<void>(release(resource));
   }
 };
