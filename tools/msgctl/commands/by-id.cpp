@@ -45,7 +45,7 @@ std::string kind_of(const CLI::App& app) {
   std::string kind = app.get_name();
   for (const CLI::App* group = app.get_parent(); group != nullptr && group->get_parent() != nullptr;
        group = group->get_parent()) {
-    kind = group->get_name() + "-" + kind;
+    kind.insert(0, group->get_name() + "-");
   }
   return kind;
 }
