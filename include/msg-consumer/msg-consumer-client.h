@@ -74,7 +74,9 @@ int msg_consumer_disconnect(void);
  * Has `cb` called for every event of a type, in the order of subscription. May be called before connecting. The same
  * callback is held once per type: subscribing it again succeeds, and the first `user_data` stays.
  *
- * @param type  a `msg_consumer_event_type_e`; another value returns `MSG_CONSUMER_ERROR_OUT_OF_MEMORY`
+ * @param type       a `msg_consumer_event_type_e`; another value returns `MSG_CONSUMER_ERROR_OUT_OF_MEMORY`
+ * @param cb         what is called
+ * @param user_data  handed to `cb` each time; must live until it is unsubscribed
  */
 int msg_consumer_event_subscribe(int type, msg_consumer_event_cb cb, void* user_data);
 

@@ -12,6 +12,7 @@
 extern "C" {
 #endif
 
+/** What the functions return. */
 typedef enum {
   /** Success. */
   MSG_CONSUMER_ERROR_NONE = 0,

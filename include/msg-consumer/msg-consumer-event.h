@@ -11,6 +11,7 @@
 extern "C" {
 #endif
 
+/** What an event is about. */
 typedef enum {
   /** Messages or threads were added, changed or deleted. */
   MSG_CONSUMER_EVENT_STORAGE_CHANGED = 0,

@@ -24,6 +24,7 @@ namespace msg_consumer {
 /// callback must not throw.
 class IPCProxy : public MsgIPC {
  public:
+  /// Receives the text that a signal carries, and what was handed in with the subscription.
   using EventCallback = void (*)(const char* data, void* user_data);
 
   /// The process's instance, made at the first use; null when it cannot be made or was destroyed at exit.

@@ -12,12 +12,15 @@ namespace msg_consumer {
 /// A participant of a message or a thread, or a key to look a thread up by.
 class Address {
  public:
+  /// Made, copied, moved and destroyed as a value, out of line: by the store library that is installed.
+  /// @{
   Address();
   Address(const Address& other);
   Address(Address&& other) noexcept;
   Address& operator=(const Address& other);
   Address& operator=(Address&& other) noexcept;
   ~Address();
+  /// @}
 
   int num_a = 0;            ///< row id
   int num_b = 0;            ///< kind: 1 phone number, 2 e-mail, 3 chat user

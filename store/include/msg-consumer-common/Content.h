@@ -30,12 +30,15 @@ class Content {
     STATUS_FAILED = 4,
   };
 
+  /// Made, copied, moved and destroyed as a value, out of line: by the store library that is installed.
+  /// @{
   Content();
   Content(const Content& other);
   Content(Content&& other) noexcept;
   Content& operator=(const Content& other);
   Content& operator=(Content&& other) noexcept;
   ~Content();
+  /// @}
 
   int id = 0;                   ///< identifier of the part
   int num_b = 0;                ///< message id

@@ -15,12 +15,15 @@ namespace msg_consumer {
 /// One message as it is shown inside its thread.
 class Conversation {
  public:
+  /// Made, copied, moved and destroyed as a value, out of line: by the store library that is installed.
+  /// @{
   Conversation();
   Conversation(const Conversation& other);
   Conversation(Conversation&& other) noexcept;
   Conversation& operator=(const Conversation& other);
   Conversation& operator=(Conversation&& other) noexcept;
   ~Conversation();
+  /// @}
 
   int id = 0;                     ///< identifier of the message
   int num_b = 0;                  ///< thread id

@@ -13,12 +13,15 @@ namespace msg_consumer {
 /// What a message list is to hold. A default-constructed one means every message, newest first.
 class ListCondition {
  public:
+  /// Made, copied, moved and destroyed as a value, out of line: by the store library that is installed.
+  /// @{
   ListCondition();
   ListCondition(const ListCondition& other);
   ListCondition(ListCondition&& other) noexcept;
   ListCondition& operator=(const ListCondition& other);
   ListCondition& operator=(ListCondition&& other) noexcept;
   ~ListCondition();
+  /// @}
 
   int flag_x = 1;               ///< 1 newest first, 0 oldest first
   std::uint8_t flag_y = 0;      ///< only unread messages

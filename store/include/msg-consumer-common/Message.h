@@ -17,12 +17,15 @@ namespace msg_consumer {
 /// One stored message with everything that belongs to it.
 class Message {
  public:
+  /// Made, copied, moved and destroyed as a value, out of line: by the store library that is installed.
+  /// @{
   Message();
   Message(const Message& other);
   Message(Message&& other) noexcept;
   Message& operator=(const Message& other);
   Message& operator=(Message&& other) noexcept;
   ~Message();
+  /// @}
 
   int id = 0;                      ///< identifier of the message
   int num_b = 0;                   ///< thread id

@@ -12,6 +12,7 @@ namespace msg_consumer {
 /// command; the lists of `ipc-commands.h` stand in another order.
 class MsgIPC {
  public:
+  /// The commands. Their numbers are part of the interface.
   enum IpcCommand : int {
     READ_MESSAGE = 0,
     READ_THREAD = 1,

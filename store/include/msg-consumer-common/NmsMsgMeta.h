@@ -26,12 +26,15 @@ class NmsMsgMeta {
     SEARCH_CONTAINED = 2,
   };
 
+  /// Made, copied, moved and destroyed as a value, out of line: by the store library that is installed.
+  /// @{
   NmsMsgMeta();
   NmsMsgMeta(const NmsMsgMeta& other);
   NmsMsgMeta(NmsMsgMeta&& other) noexcept;
   NmsMsgMeta& operator=(const NmsMsgMeta& other);
   NmsMsgMeta& operator=(NmsMsgMeta&& other) noexcept;
   ~NmsMsgMeta();
+  /// @}
 
   int msgId = 0;                 ///< id of the local message
   std::string metaStr1;          ///< object id

@@ -12,12 +12,15 @@ namespace msg_consumer {
 /// One conversation thread with its counts and its last message.
 class Thread {
  public:
+  /// Made, copied, moved and destroyed as a value, out of line: by the store library that is installed.
+  /// @{
   Thread();
   Thread(const Thread& other);
   Thread(Thread&& other) noexcept;
   Thread& operator=(const Thread& other);
   Thread& operator=(Thread&& other) noexcept;
   ~Thread();
+  /// @}
 
   int id = 0;                ///< identifier of the thread
   int num_b = 0;             ///< number of unread messages
