@@ -18,6 +18,9 @@ namespace msg_consumer::service {
 /// may be null.
 Message message_of_row(const schema::Statement& row, std::string* sender_name);
 
+/// The same, but of a row that cannot be unpacked what its columns say: a damaged message must not block its thread.
+Message message_or_columns_of_row(const schema::Statement& row);
+
 /// Ids travel in 32 bits.
 int checked_id(std::int64_t id);
 

@@ -215,7 +215,7 @@ void Threads::recount(int id) {
     const schema::ResetAtExit reset(_all_messages);
     _all_messages.bind(1, id);
     while (_all_messages.step()) {
-      counts += Tally::of(message_of_row(_all_messages, nullptr));
+      counts += Tally::of(message_or_columns_of_row(_all_messages));
     }
   }
   set_counts(id, counts);
@@ -247,7 +247,7 @@ void Threads::raise_last(const Message& message) { set_last(_raise_last, message
 void Threads::find_last(int id) {
   const schema::ResetAtExit reset(_newest_message);
   if (_newest_message.bind(1, id).step()) {
-    set_last(_set_last, message_of_row(_newest_message, nullptr));
+    set_last(_set_last, message_or_columns_of_row(_newest_message));
   }
 }
 

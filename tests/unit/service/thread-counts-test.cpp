@@ -137,5 +137,24 @@ TEST_F(ThreadCounts, AreAlwaysWhatTheMessagesSay) {
   }
 }
 
+TEST_F(ThreadCounts, ADamagedMessageDoesNotBlockItsThread) {
+  send("+491", "older");
+  clock.now += 1;
+  send("+491", "damaged");
+  clock.now += 1;
+  send("+491", "newest");
+  clock.now += 1;
+  send("+491", "locked");
+  edit(4, [](Message& message) { message.flag_k = 1; });
+  beside("UPDATE message SET packed = x'00' WHERE id = 2");
+  // Looks for the last message, and passes the damaged one.
+  EXPECT_EQ(commands.delete_message(3, 0).status, STATUS_OK);
+  beside("UPDATE message SET packed = x'00', is_locked = 1 WHERE id = 4");
+  EXPECT_EQ(commands.delete_thread(1).status, STATUS_OK);
+  EXPECT_EQ(stored_thread(1).num_g, 1);
+  EXPECT_EQ(stored_thread(1).time_ms, clock.now);
+  EXPECT_EQ(stored_thread(1).str_n, "");
+}
+
 }  // namespace
 }  // namespace msg_consumer::service
