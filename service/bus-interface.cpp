@@ -90,6 +90,20 @@ const Outcome& outcome_of(const Outcome& outcome) { return outcome; }
 
 const Outcome& outcome_of(const Creation& creation) { return creation.outcome; }
 
+template <typename Result, typename... Arguments>
+constexpr bool makes_message(Result (Commands::* /*command*/)(Arguments...)) {
+  return std::is_same_v<Result, Creation>;
+}
+
+template <typename Command>
+constexpr bool sets_active_thread(Command command) {
+  if constexpr (std::is_same_v<Command, decltype(&Commands::set_active_thread_id)>) {
+    return command == &Commands::set_active_thread_id;
+  } else {
+    return false;
+  }
+}
+
 }  // namespace
 
 template <typename Result, typename... Arguments>
@@ -101,6 +115,12 @@ int BusInterface::answer(sd_bus_message* call, sd_bus_error* error, Result (Comm
   }
   const Result result =
       std::apply([&](const auto&... argument) { return (_commands.*command)(argument...); }, arguments);
+  if (sets_active_thread(command) && outcome_of(result).status == STATUS_OK) {
+    watch_viewer(call);
+  }
+  if (_gate != nullptr) {
+    _gate->before_reply(call);
+  }
   const int sent = reply(call, result);
   // Whether or not the caller can be told, the change stands.
   if (outcome_of(result).announcement) {
@@ -112,7 +132,16 @@ int BusInterface::answer(sd_bus_message* call, sd_bus_error* error, Result (Comm
 template <auto command>
 int BusInterface::handle(sd_bus_message* call, void* self, sd_bus_error* error) noexcept {
   try {
-    return static_cast<BusInterface*>(self)->answer(call, error, command);
+    auto& interface = *static_cast<BusInterface*>(self);
+    if (interface._gate == nullptr) {
+      return interface.answer(call, error, command);
+    }
+    return interface._gate->pass(
+        {.message = call,
+         .makes_message = makes_message(command),
+         .run = [&interface](sd_bus_message* kept,
+                             sd_bus_error* failure) { return interface.answer(kept, failure, command); }},
+        error);
   } catch (const std::bad_alloc&) {
     return -ENOMEM;
   } catch (...) {
@@ -170,8 +199,35 @@ const sd_bus_vtable BusInterface::VTABLE[] = {
     SD_BUS_VTABLE_END,
 };
 
-BusInterface::BusInterface(sd_bus* bus, Commands& commands, Announcer& announcer)
-    : _commands(commands), _announcer(announcer) {
+std::vector<std::string_view> BusInterface::methods() {
+  std::vector<std::string_view> names;
+  for (const sd_bus_vtable& entry : VTABLE) {
+    if (entry.type == _SD_BUS_VTABLE_METHOD) {
+      names.emplace_back(entry.x.method.member);
+    }
+  }
+  return names;
+}
+
+int BusInterface::on_viewer_left(sd_bus_track* /*track*/, void* self) noexcept {
+  static_cast<BusInterface*>(self)->_commands.set_active_thread_id(0);
+  return 0;
+}
+
+void BusInterface::watch_viewer(sd_bus_message* call) noexcept {
+  sd_bus_track* handle = nullptr;
+  int result = sd_bus_track_new(sd_bus_message_get_bus(call), &handle, on_viewer_left, this);
+  _viewer.reset(handle);
+  if (result >= 0) {
+    result = sd_bus_track_add_sender(_viewer.get(), call);
+  }
+  if (result < 0) {
+    LOG_ERROR(HERE, "[ERROR] cannot watch who looks at a thread: (%d)", result);
+  }
+}
+
+BusInterface::BusInterface(sd_bus* bus, Commands& commands, Announcer& announcer, CallGate* gate)
+    : _commands(commands), _announcer(announcer), _gate(gate) {
   sd_bus_slot* slot = nullptr;
   const int result = sd_bus_add_object_vtable(bus, &slot, OBJECT_PATH, INTERFACE_NAME, VTABLE, this);
   if (result < 0) {

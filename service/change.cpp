@@ -16,12 +16,15 @@ nlohmann::ordered_json ids_or_null(const std::vector<int>& ids) {
 }  // namespace
 
 std::string signal_text(const Change& change, std::int64_t revision) {
-  const nlohmann::ordered_json text = {
+  nlohmann::ordered_json text = {
       {"event", change.event},
       {"revision", revision},
       {"message_ids", ids_or_null(change.message_ids)},
       {"thread_ids", ids_or_null(change.thread_ids)},
   };
+  if (change.status) {
+    text["status"] = *change.status;
+  }
   return text.dump();
 }
 

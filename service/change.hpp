@@ -3,6 +3,7 @@
 #define MSG_CONSUMER_SERVICE_CHANGE_HPP
 
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -19,6 +20,7 @@ struct Change {
   const char* event = "changed";
   std::vector<int> message_ids = {};
   std::vector<int> thread_ids = {};
+  std::optional<int> status = {};  ///< why it was refused, where the event says that
 };
 
 /// A committed change, as it is told to the world.

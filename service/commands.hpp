@@ -16,6 +16,7 @@
 #include "inbox.hpp"
 #include "network.hpp"
 #include "nms-record.hpp"
+#include "phone.hpp"
 #include "status.hpp"
 #include "store-writer.hpp"
 
@@ -47,7 +48,7 @@ struct Submission {
 /// failure with its status: none throws.
 class Commands {
  public:
-  Commands(StoreWriter& store, ContentFiles& files, Inbox& inbox, Network& network, const Clock& clock);
+  Commands(StoreWriter& store, ContentFiles& files, Inbox& inbox, Network& network, Phone& phone, const Clock& clock);
 
   // message-commands.cpp
   Outcome read_message(int message_id, int is_nms);
@@ -135,6 +136,7 @@ class Commands {
   ContentFiles& _files;
   Inbox& _inbox;
   Network& _network;
+  Phone& _phone;
   const Clock& _clock;
 };
 

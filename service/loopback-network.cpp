@@ -2,6 +2,7 @@
 #include "loopback-network.hpp"
 
 #include <ctime>
+#include <nlohmann/json.hpp>
 #include <system_error>
 
 #include <msg-consumer-platform/logging.hpp>
@@ -15,8 +16,25 @@ namespace {
 // After a failure, a full disk for example, there is no hurry.
 constexpr std::chrono::milliseconds RETRY_DELAY{1000};
 
+constexpr std::int64_t RECENT_CHANGES = 1000;
+
 std::uint64_t microseconds(std::chrono::milliseconds delay) {
   return static_cast<std::uint64_t>(std::chrono::microseconds(delay).count());
+}
+
+// As far as they are named: neither those that came nor those that went.
+std::vector<int> recently_changed(sqlite3* database) {
+  schema::Statement newest(database, "SELECT body FROM change_log WHERE signal = ?1 ORDER BY revision DESC LIMIT ?2");
+  newest.bind(1, STORAGE_CHANGED).bind(2, RECENT_CHANGES);
+  std::set<int> ids;
+  while (newest.step()) {
+    const auto change = nlohmann::json::parse(newest.text(0), nullptr, false);
+    if (change.is_object() && change.value("event", "") == "changed" && change["message_ids"].is_array()) {
+      const auto named = change["message_ids"].get<std::vector<int>>();
+      ids.insert(named.begin(), named.end());
+    }
+  }
+  return {ids.begin(), ids.end()};
 }
 
 // A damaged message must not hold up the others.
@@ -32,15 +50,20 @@ std::optional<StoredMessage> find_readable(Messages& messages, int id) try {
 
 }  // namespace
 
-LoopbackNetwork::LoopbackNetwork(sd_event* loop, StoreWriter& store, Announcer& announcer,
+LoopbackNetwork::LoopbackNetwork(sd_event* loop, StoreWriter& store, Announcer& announcer, FarSide& far_side,
                                  std::chrono::milliseconds beat)
-    : _store(store), _announcer(announcer), _beat(beat) {
+    : _store(store),
+      _announcer(announcer),
+      _far_side(far_side),
+      _beat(beat),
+      _sent(recently_changed(store.database())) {
   sd_event_source* timer = nullptr;
   const int result = sd_event_add_time_relative(loop, &timer, CLOCK_MONOTONIC, microseconds(_beat), 1, on_beat, this);
   if (result < 0) {
     throw std::system_error(-result, std::generic_category(), "cannot make a timer");
   }
-  // The first beat finds what an earlier instance left.
+  // The first beat finds what an earlier instance left. It awaited reports of what it had sent a moment before, and
+  // whatever else has changed then is in another state.
   _timer.reset(timer);
   _scheduled = true;
 }
@@ -71,6 +94,7 @@ void LoopbackNetwork::beat() noexcept {
       return Change{.message_ids = {done.message_ids.begin(), done.message_ids.end()},
                     .thread_ids = {done.thread_ids.begin(), done.thread_ids.end()}};
     });
+    _far_side.beat_is_committed();
     _sent = std::move(done.sent);
     _retrieving.clear();
     if (announcement) {
@@ -86,24 +110,49 @@ void LoopbackNetwork::beat() noexcept {
 }
 
 LoopbackNetwork::Beat LoopbackNetwork::move_all() {
+  _far_side.beat_begins();
   Beat beat;
   // From the end to the beginning, so that nothing moves twice.
-  move(beat, _sent, DELIVERY_SENT, DELIVERY_DELIVERED);
-  beat.sent = _store.messages().in_flight(DELIVERY_SENDING);
-  move(beat, beat.sent, DELIVERY_SENDING, DELIVERY_SENT);
-  const std::vector<int> queued = _store.messages().in_flight(DELIVERY_QUEUED);
-  move(beat, queued, DELIVERY_QUEUED, DELIVERY_SENDING);
+  report(beat);
+  finish_sending(beat);
+  start_sending(beat);
   finish_retrievals(beat);
-  beat.more = !beat.sent.empty() || !queued.empty();
   return beat;
 }
 
 // A message may have been deleted since it was sent: it is passed over.
-void LoopbackNetwork::move(Beat& beat, const std::vector<int>& ids, int from, int to) {
-  for (const int id : ids) {
-    if (const std::optional<int> thread_id = _store.messages().advance_delivery(id, from, to)) {
-      beat.message_ids.insert(id);
-      beat.thread_ids.insert(*thread_id);
+bool LoopbackNetwork::move(Beat& beat, int id, int from, int to) {
+  const std::optional<int> thread_id = _store.messages().advance_delivery(id, from, to);
+  if (thread_id) {
+    beat.message_ids.insert(id);
+    beat.thread_ids.insert(*thread_id);
+  }
+  return thread_id.has_value();
+}
+
+void LoopbackNetwork::report(Beat& beat) {
+  if (_far_side.reports()) {
+    for (const int id : _sent) {
+      move(beat, id, DELIVERY_SENT, DELIVERY_DELIVERED);
+    }
+  }
+}
+
+void LoopbackNetwork::finish_sending(Beat& beat) {
+  for (const int id : _store.messages().in_flight(DELIVERY_SENDING)) {
+    if (_far_side.fails(id)) {
+      move(beat, id, DELIVERY_SENDING, DELIVERY_FAILED);
+    } else if (move(beat, id, DELIVERY_SENDING, DELIVERY_SENT)) {
+      beat.sent.push_back(id);
+      beat.more = true;
+    }
+  }
+}
+
+void LoopbackNetwork::start_sending(Beat& beat) {
+  for (const int id : _store.messages().in_flight(DELIVERY_QUEUED)) {
+    if (!_far_side.holds(id) && move(beat, id, DELIVERY_QUEUED, DELIVERY_SENDING)) {
+      beat.more = true;
     }
   }
 }
@@ -115,9 +164,15 @@ void LoopbackNetwork::finish_retrievals(Beat& beat) {
       continue;
     }
     const Message before = stored->message;
-    stored->message.num_n = RETRIEVAL_DONE;
-    stored->message.subType = SUBTYPE_PLAIN;
-    _store.messages().update(before, *stored);
+    if (_far_side.complete(stored->message)) {
+      stored->message.num_n = RETRIEVAL_DONE;
+      stored->message.subType = SUBTYPE_PLAIN;
+      _store.messages().number_contents(stored->message);
+      _store.messages().update_with_text(before, *stored);
+    } else {
+      stored->message.num_n = RETRIEVAL_FAILED;
+      _store.messages().update(before, *stored);
+    }
     beat.message_ids.insert(id);
     beat.thread_ids.insert(before.num_b);
   }

@@ -12,19 +12,19 @@
 #include <msg-consumer-platform/releaser.hpp>
 
 #include "announcer.hpp"
+#include "far-side.hpp"
 #include "network.hpp"
 #include "store-writer.hpp"
 
 namespace msg_consumer::service {
 
 /// Stands in for the modem: at each beat every message on its way moves one step, from queued to sending, sent and
-/// delivered. What an earlier instance left queued or being sent goes on; a report of delivery that it still awaited
-/// does not come any more.
+/// delivered, unless the far side says otherwise. What an earlier instance left on its way goes on.
 class LoopbackNetwork final : public Network {
  public:
   static constexpr std::chrono::milliseconds DEFAULT_BEAT{100};
 
-  LoopbackNetwork(sd_event* loop, StoreWriter& store, Announcer& announcer,
+  LoopbackNetwork(sd_event* loop, StoreWriter& store, Announcer& announcer, FarSide& far_side,
                   std::chrono::milliseconds beat = DEFAULT_BEAT);
 
   void send_queued() noexcept override;
@@ -43,12 +43,16 @@ class LoopbackNetwork final : public Network {
   static int on_beat(sd_event_source* source, std::uint64_t time, void* network);
   void beat() noexcept;
   Beat move_all();
-  void move(Beat& beat, const std::vector<int>& ids, int from, int to);
+  bool move(Beat& beat, int id, int from, int to);
+  void report(Beat& beat);
+  void finish_sending(Beat& beat);
+  void start_sending(Beat& beat);
   void finish_retrievals(Beat& beat);
   void schedule(std::chrono::milliseconds delay) noexcept;
 
   StoreWriter& _store;
   Announcer& _announcer;
+  FarSide& _far_side;
   std::chrono::milliseconds _beat;
   bool _scheduled = false;
   std::vector<int> _sent;

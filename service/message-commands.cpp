@@ -59,8 +59,9 @@ bool needs_retrieval(const Message& message) {
 
 }  // namespace
 
-Commands::Commands(StoreWriter& store, ContentFiles& files, Inbox& inbox, Network& network, const Clock& clock)
-    : _store(store), _files(files), _inbox(inbox), _network(network), _clock(clock) {}
+Commands::Commands(StoreWriter& store, ContentFiles& files, Inbox& inbox, Network& network, Phone& phone,
+                   const Clock& clock)
+    : _store(store), _files(files), _inbox(inbox), _network(network), _phone(phone), _clock(clock) {}
 
 Outcome Commands::edit_message(int message_id, const std::function<bool(Message&)>& edit, Change change) noexcept {
   return guarded([&] {
@@ -205,13 +206,28 @@ Outcome Commands::restore_block_message(int message_id) {
 }
 
 Outcome Commands::export_to_phone(int message_id) {
-  const auto mark_exported = [](Message& message) {
-    require(message.flag_r == 0, STATUS_NOT_APPLICABLE);
-    message.flag_r = 1;
-    message.str_s = "phone-" + std::to_string(message.id);
-    return true;
-  };
-  return edit_message(message_id, mark_exported, {.signal = STORE_MESSAGE_RESULT, .event = "exported"});
+  return guarded([&] {
+    return _store.commit([&]() -> std::optional<Change> {
+      StoredMessage stored = _store.messages().get(message_id);
+      const Message before = stored.message;
+      require(before.flag_r == 0, STATUS_NOT_APPLICABLE);
+      const Phone::Answer answer = _phone.store(before);
+      if (answer.kind == Phone::Answer::NONE) {
+        return std::nullopt;
+      }
+      Change change{.signal = STORE_MESSAGE_RESULT, .message_ids = {message_id}, .thread_ids = {before.num_b}};
+      if (answer.kind == Phone::Answer::REFUSED) {
+        change.event = "refused";
+        change.status = answer.status;
+        return change;
+      }
+      change.event = "exported";
+      stored.message.flag_r = 1;
+      stored.message.str_s = answer.phone_id;
+      _store.messages().update(before, stored);
+      return change;
+    });
+  });
 }
 
 Outcome Commands::update_retrieve_mms_message(int message_id) {

@@ -32,6 +32,7 @@ Messages::Messages(sqlite3* database, Threads& threads)
       _reserve_ids(database, "UPDATE sequence SET last = last + ?2 WHERE name = ?1 RETURNING last - ?2 + 1"),
       _insert(database, "INSERT INTO message (" MESSAGE_COLUMNS ") VALUES (?1, ?2, ?3, ?4, ?5, ?6, ?7, ?8)"),
       _insert_text(database, "INSERT INTO message_text (message_id, folded) VALUES (?1, ?2)"),
+      _update_text(database, "UPDATE message_text SET folded = ?2 WHERE message_id = ?1"),
       _update(database,
               "UPDATE message SET delivery = ?2, time_ms = ?3, is_read = ?4, is_locked = ?5, packed = ?6 "
               "WHERE id = ?1"),
@@ -74,22 +75,33 @@ int Messages::next_id() {
 }
 
 void Messages::insert(StoredMessage& stored) {
+  stored.message.id = next_id();
+  for (Address& address : stored.message.addresses) {
+    address.num_a = 0;
+  }
+  restore(stored);
+}
+
+void Messages::restore(StoredMessage& stored) {
   Message& message = stored.message;
-  message.id = next_id();
   number_addresses(message);
   number_contents(message);
   insert_row(stored);
-  insert_text(message);
+  put_text(_insert_text, message);
   _threads.message_added(message);
 }
 
 void Messages::number_addresses(Message& message) {
-  if (message.addresses.empty()) {
+  const auto without_id = [](const Address& address) { return address.num_a == 0; };
+  const auto count = std::count_if(message.addresses.begin(), message.addresses.end(), without_id);
+  if (count == 0) {
     return;
   }
-  int id = reserve_ids("message_address", static_cast<int>(message.addresses.size()));
+  int id = reserve_ids("message_address", static_cast<int>(count));
   for (Address& address : message.addresses) {
-    address.num_a = id++;
+    if (without_id(address)) {
+      address.num_a = id++;
+    }
   }
 }
 
@@ -132,12 +144,12 @@ void Messages::insert_row(const StoredMessage& stored) {
       .run();
 }
 
-void Messages::insert_text(const Message& message) {
+void Messages::put_text(schema::Statement& statement, const Message& message) {
   const std::optional<std::string> text = schema::searchable_text(message);
   if (!text) {
     throw Refusal(STATUS_INVALID_ARGUMENT);
   }
-  _insert_text.bind(1, message.id).bind(2, *text).run();
+  statement.bind(1, message.id).bind(2, *text).run();
 }
 
 void Messages::update(const Message& before, const StoredMessage& after) {
@@ -151,6 +163,11 @@ void Messages::update(const Message& before, const StoredMessage& after) {
       .bind_blob(6, packed)
       .run();
   _threads.message_changed(before, message);
+}
+
+void Messages::update_with_text(const Message& before, const StoredMessage& after) {
+  update(before, after);
+  put_text(_update_text, after.message);
 }
 
 std::optional<int> Messages::advance_delivery(int id, int from, int to) {

@@ -35,8 +35,12 @@ class Messages {
 
   /// Stores a message under an id of its own, and gives its addresses and parts theirs.
   void insert(StoredMessage& stored);
+  /// Stores a message under the ids that it has; addresses and parts without one are given theirs.
+  void restore(StoredMessage& stored);
   /// Stores a change; texts that are searched, and the thread, must not change.
   void update(const Message& before, const StoredMessage& after);
+  /// As `update`, for a change of texts that are searched.
+  void update_with_text(const Message& before, const StoredMessage& after);
   /// Moves a message from one state of delivery to another. Returns its thread, nothing when it is not in that state.
   std::optional<int> advance_delivery(int id, int from, int to);
   /// Returns whether the thread was left without messages, and is gone as well.
@@ -71,7 +75,7 @@ class Messages {
   void number_addresses(Message& message);
   int reserve_ids(std::string_view sequence, int count);
   void insert_row(const StoredMessage& stored);
-  void insert_text(const Message& message);
+  static void put_text(schema::Statement& statement, const Message& message);
 
   Threads& _threads;
   schema::Statement _find;
@@ -79,6 +83,7 @@ class Messages {
   schema::Statement _reserve_ids;
   schema::Statement _insert;
   schema::Statement _insert_text;
+  schema::Statement _update_text;
   schema::Statement _update;
   schema::Statement _advance_delivery;
   schema::Statement _remove;

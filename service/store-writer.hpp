@@ -32,6 +32,9 @@ class StoreWriter {
   Messages& messages() { return _messages; }
   NmsBox& nms_box() { return _nms_box; }
   DeviceRequests& device_requests() { return _device_requests; }
+  ChangeLog& change_log() { return _change_log; }
+  /// For what reads and writes rows as they are; inside `transact` or `commit`.
+  sqlite3* database() { return _database.get(); }
 
   /// Runs `work` in a transaction: committed when this returns, undone when it throws.
   template <typename Work>

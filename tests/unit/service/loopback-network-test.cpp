@@ -42,6 +42,7 @@ class Loopback : public ServiceTest {
 
   Owned<sd_event, sd_event_unref> loop;
   RecordingAnnouncer announcer;
+  FarSide far_side;
 };
 
 std::string changed(int revision, const std::string& message_ids, const std::string& thread_ids) {
@@ -50,7 +51,7 @@ std::string changed(int revision, const std::string& message_ids, const std::str
 }
 
 TEST_F(Loopback, AMessageIsSendingThenSentThenDelivered) {
-  LoopbackNetwork loopback(loop.get(), store, announcer, BEAT);
+  LoopbackNetwork loopback(loop.get(), store, announcer, far_side, BEAT);
   send("+4917");
   loopback.send_queued();
   const std::vector<int> stages = {DELIVERY_SENDING, DELIVERY_SENT, DELIVERY_DELIVERED};
@@ -66,7 +67,7 @@ TEST_F(Loopback, WhatIsDueTogetherIsOneChange) {
   send("+491");
   send("+492");
   send("+491");
-  LoopbackNetwork loopback(loop.get(), store, announcer, BEAT);
+  LoopbackNetwork loopback(loop.get(), store, announcer, far_side, BEAT);
   ASSERT_TRUE(run_until(announced(3)));
   EXPECT_EQ(announcer.bodies[0], changed(4, "1,2,3", "1,2"));
   EXPECT_THAT(announcer.bodies, SizeIs(3));
@@ -76,14 +77,38 @@ TEST_F(Loopback, WhatADeadInstanceLeftGoesOn) {
   send("+491");
   send("+492");
   edit(2, [](Message& message) { message.num_f = DELIVERY_SENDING; });
-  LoopbackNetwork loopback(loop.get(), store, announcer, BEAT);
+  LoopbackNetwork loopback(loop.get(), store, announcer, far_side, BEAT);
   ASSERT_TRUE(run_until(announced(3)));
   EXPECT_EQ(stored(1).num_f, DELIVERY_DELIVERED);
   EXPECT_EQ(stored(2).num_f, DELIVERY_DELIVERED);
 }
 
+TEST_F(Loopback, AReportThatADeadInstanceAwaitedComes) {
+  send("+491");
+  {
+    LoopbackNetwork dying(loop.get(), store, announcer, far_side, BEAT);
+    ASSERT_TRUE(run_until(announced(2)));
+  }
+  ASSERT_EQ(stored(1).num_f, DELIVERY_SENT);
+  LoopbackNetwork loopback(loop.get(), store, announcer, far_side, BEAT);
+  ASSERT_TRUE(run_until(announced(3)));
+  EXPECT_EQ(stored(1).num_f, DELIVERY_DELIVERED);
+}
+
+TEST_F(Loopback, AMessageThatSomebodyElseHasSentIsNotReported) {
+  const int id = receive_from("+491");
+  edit(id, [](Message& message) {
+    message.num_e = DIRECTION_OUTGOING;
+    message.num_f = DELIVERY_SENT;
+  });
+  LoopbackNetwork loopback(loop.get(), store, announcer, far_side, BEAT);
+  send("+492");
+  ASSERT_TRUE(run_until(announced(3)));
+  EXPECT_EQ(stored(id).num_f, DELIVERY_SENT);
+}
+
 TEST_F(Loopback, ADeletedMessageIsForgotten) {
-  LoopbackNetwork loopback(loop.get(), store, announcer, BEAT);
+  LoopbackNetwork loopback(loop.get(), store, announcer, far_side, BEAT);
   send("+491");
   loopback.send_queued();
   ASSERT_TRUE(run_until(announced(2)));
@@ -95,7 +120,7 @@ TEST_F(Loopback, ADeletedMessageIsForgotten) {
 }
 
 TEST_F(Loopback, DraftsAndIncomingMessagesStayWhereTheyAre) {
-  LoopbackNetwork loopback(loop.get(), store, announcer, BEAT);
+  LoopbackNetwork loopback(loop.get(), store, announcer, far_side, BEAT);
   commands.add_message(submission("+491"));
   receive_from("+492");
   send("+493");
@@ -106,7 +131,7 @@ TEST_F(Loopback, DraftsAndIncomingMessagesStayWhereTheyAre) {
 }
 
 TEST_F(Loopback, ARetrievalEnds) {
-  LoopbackNetwork loopback(loop.get(), store, announcer, BEAT);
+  LoopbackNetwork loopback(loop.get(), store, announcer, far_side, BEAT);
   Message notification = incoming();
   notification.num_c = TYPE_MMS;
   notification.subType = SUBTYPE_MMS_NOTIFICATION;
@@ -121,7 +146,7 @@ TEST_F(Loopback, ARetrievalEnds) {
 }
 
 TEST_F(Loopback, ADamagedMessageHoldsNothingUp) {
-  LoopbackNetwork loopback(loop.get(), store, announcer, BEAT);
+  LoopbackNetwork loopback(loop.get(), store, announcer, far_side, BEAT);
   const int damaged = receive_from("+491");
   beside("UPDATE message SET packed = x'00'");
   loopback.retrieve(damaged);
@@ -132,7 +157,7 @@ TEST_F(Loopback, ADamagedMessageHoldsNothingUp) {
 }
 
 TEST_F(Loopback, AFailureOfTheStoreIsTriedAgain) {
-  LoopbackNetwork loopback(loop.get(), store, announcer, BEAT);
+  LoopbackNetwork loopback(loop.get(), store, announcer, far_side, BEAT);
   send("+491");
   break_the_store();
   loopback.send_queued();

@@ -126,7 +126,8 @@ class ServiceTest : public testing::Test {
   Inbox inbox{store};
   SilentNetwork network;
   SteppedClock clock;
-  Commands commands{store, files, inbox, network, clock};
+  Phone phone;
+  Commands commands{store, files, inbox, network, phone, clock};
 };
 
 inline std::string signal_of(const Outcome& outcome) {
