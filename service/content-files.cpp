@@ -159,7 +159,8 @@ void remove_others(const fs::path& folder, const MessageFiles& known) {
 IncomingFiles::IncomingFiles(IncomingFiles&& other) noexcept
     : _staging(std::exchange(other._staging, {})),
       _folder(std::exchange(other._folder, {})),
-      _files(std::exchange(other._files, {})) {}
+      _files(std::exchange(other._files, {})),
+      _begun(std::move(other._begun)) {}
 
 IncomingFiles::~IncomingFiles() {
   std::error_code ignored;
@@ -175,18 +176,33 @@ IncomingFiles::~IncomingFiles() {
   }
 }
 
+void IncomingFiles::begin(const std::string& name) {
+  const fs::path path = _staging / std::to_string(_files.size());
+  _begun = create(path);
+  _files.push_back({.path = path, .name = name, .size = 0});
+  // A name comes from anywhere, and must not lead out of the folder.
+  std::replace(_files.back().name.begin(), _files.back().name.end(), '/', '_');
+}
+
+void IncomingFiles::append(std::string_view bytes) {
+  write_all(_begun, bytes);
+  _files.back().size += static_cast<std::int64_t>(bytes.size());
+}
+
+void IncomingFiles::flush() { sync(_begun); }
+
+void IncomingFiles::finish() {
+  sync(_begun);
+  _begun = FileDescriptor(-1);
+}
+
 ContentFiles::ContentFiles(const Locations& places) : _root(made(places.files)), _gate(places) {}
 
 IncomingFiles ContentFiles::copy_in(const std::vector<std::string>& paths, std::int64_t limit) const {
-  IncomingFiles incoming;
   if (paths.empty()) {
-    return incoming;
+    return {};
   }
-  std::string staging = _root / (std::string(STAGING_PREFIX) + "XXXXXX");
-  if (mkdtemp(staging.data()) == nullptr) {
-    throw Refusal(STATUS_FILE_COPY_FAILED);
-  }
-  incoming._staging = staging;
+  IncomingFiles incoming = stage();
   for (const std::string& path : paths) {
     const FileDescriptor source = _gate.open_source(path);
     const fs::path copy_path = incoming._staging / std::to_string(incoming._files.size());
@@ -195,6 +211,16 @@ IncomingFiles ContentFiles::copy_in(const std::vector<std::string>& paths, std::
     limit -= size;
     incoming._files.push_back({.path = copy_path, .name = fs::path(path).filename(), .size = size});
   }
+  return incoming;
+}
+
+IncomingFiles ContentFiles::stage() const {
+  std::string staging = _root / (std::string(STAGING_PREFIX) + "XXXXXX");
+  if (mkdtemp(staging.data()) == nullptr) {
+    throw Refusal(STATUS_FILE_COPY_FAILED);
+  }
+  IncomingFiles incoming;
+  incoming._staging = staging;
   return incoming;
 }
 

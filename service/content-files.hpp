@@ -34,6 +34,16 @@ class IncomingFiles {
   ~IncomingFiles();
 
   const std::vector<File>& files() const { return _files; }
+
+  // For a copy whose bytes come piece by piece, in what `ContentFiles::stage` made.
+  void begin(const std::string& name);
+  /// Adds to the file that was begun last.
+  void append(std::string_view bytes);
+  /// Has what was added so far written to the disk, so that there is less to wait for in the end.
+  void flush();
+  /// The file is on the disk then.
+  void finish();
+
   /// The transaction was committed: the files stay.
   void keep() noexcept {
     _files.clear();
@@ -46,6 +56,7 @@ class IncomingFiles {
   std::filesystem::path _staging;
   std::filesystem::path _folder;
   std::vector<File> _files;
+  FileDescriptor _begun{-1};
 };
 
 /// The files that a message is known to have.
@@ -71,11 +82,16 @@ class ContentFiles {
   /// Copies files into the store. Refused: a file that is not a regular one, cannot be read, or makes the whole larger
   /// than `limit`.
   IncomingFiles copy_in(const std::vector<std::string>& paths, std::int64_t limit) const;
+  /// A place for copies that are not there yet.
+  IncomingFiles stage() const;
   /// Moves the copies into the message's folder, numbered from `first_number` on. Everything is on the disk then.
   void place(IncomingFiles& incoming, int message_id, std::size_t first_number) const;
 
   /// Copies a stored file to a new file. Refused when the target exists or cannot be made.
   void copy_out(const std::string& source, const std::string& target) const;
+
+  /// Opens an attachment for reading.
+  FileDescriptor open_stored(const std::string& path) const { return _gate.open_stored(path); }
 
   void remove(int message_id) const noexcept;
   /// Binds the folder to a store, for this object's life. Throws `std::runtime_error` when it is another store's, or in

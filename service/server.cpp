@@ -18,8 +18,10 @@
 #include "bus-names.hpp"
 #include "commands.hpp"
 #include "instance-lock.hpp"
+#include "journal-interface.hpp"
 #include "loopback-network.hpp"
 #include "readiness.hpp"
+#include "transfer/transfer-interface.hpp"
 
 namespace msg_consumer::service {
 namespace {
@@ -111,6 +113,8 @@ int run(Surroundings& surroundings) {
   Inbox inbox(store);
   Commands commands(store, files, inbox, network, surroundings.phone(), clock);
   const BusInterface interface(bus.get(), commands, announcer, surroundings.call_gate());
+  const JournalInterface journal(bus.get(), store);
+  const transfer::TransferInterface transfers(bus.get(), store, files, announcer);
   const Ending ending(surroundings);
   surroundings.before_start({.places = places,
                              .loop = loop.get(),
