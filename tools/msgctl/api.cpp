@@ -1,6 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "msgctl/api.hpp"
 
+#include <cstring>
+#include <utility>
+
 #include "msgctl/failure.hpp"
 
 namespace msgctl {
@@ -9,6 +12,20 @@ namespace {
 // The library answers an empty result as "no data", which for a list is nothing to complain of.
 void check_list(int status, const char* action) {
   if (status != MSG_CONSUMER_ERROR_NO_DATA) check_query(status, {action, "such record", {}});
+}
+
+Attempt reading_message(int message_id) {
+  const std::string subject = "message " + std::to_string(message_id);
+  return {"read " + subject, subject, "'msgctl messages' lists the messages."};
+}
+
+Part copy_of(const msg_content_item_t& content) {
+  auto copy = zero_filled<Content>();
+  const bool copied = msg_consumer_copy_content(&content, copy.get()) == 1;
+  // Either the copy's own, which gets an owner here, or, where memory ran out, still the original's.
+  msg_nms_content_meta_t* metadata = std::exchange(copy->nms_content_meta, nullptr);
+  if (!copied) throw std::bad_alloc();
+  return {std::move(copy), ContentMetadata(metadata)};
 }
 
 Attempt reading_thread(int thread_id) {
@@ -20,10 +37,29 @@ Attempt reading_thread(int thread_id) {
 
 MessageItem get_message(int message_id) {
   auto message = zero_filled<MessageItem>();
-  const std::string subject = "message " + std::to_string(message_id);
-  check_query(msg_consumer_get_message(message_id, 0, 0, message.get()),
-              {"read " + subject, subject, "'msgctl messages' lists the messages."});
+  check_query(msg_consumer_get_message(message_id, 0, 0, message.get()), reading_message(message_id));
   return message;
+}
+
+ConversationItem get_conversation_entry(int message_id) {
+  auto entry = zero_filled<ConversationItem>();
+  check_query(msg_consumer_get_conversation_view(message_id, entry.get()), reading_message(message_id));
+  return entry;
+}
+
+std::vector<Part> get_parts(int message_id) {
+  const MessageItem message = get_message(message_id);
+  std::vector<Part> parts;
+  for (const GSList* node = message->content_list; node != nullptr; node = node->next) {
+    if (node->data != nullptr) parts.push_back(copy_of(*static_cast<const msg_content_item_t*>(node->data)));
+  }
+  return parts;
+}
+
+ThreadItem get_thread(int thread_id) {
+  auto thread = zero_filled<ThreadItem>();
+  check_query(msg_consumer_get_thread_view(thread_id, thread.get()), reading_thread(thread_id));
+  return thread;
 }
 
 ThreadList get_threads() {
@@ -53,15 +89,16 @@ int get_thread_with(const std::string& address) {
 
 MessageList get_messages(const MessageFilter& filter) {
   auto handle = zero_filled<MessageList::Handle>();
-  std::string keyword = filter.keyword;
-  msg_list_condition_t condition{};
-  condition.num_1 = filter.offset;
-  condition.num_2 = filter.limit;
-  condition.thread_id = filter.thread_id;
-  condition.keyword = keyword.empty() ? nullptr : keyword.data();
-  condition.flag_5 = filter.oldest_first ? 1 : 0;
-  condition.flag_6 = filter.unread_only ? 1 : 0;
-  check_list(msg_consumer_get_message_list(handle.get(), &condition), "list the messages");
+  auto condition = zero_filled<Condition>();
+  condition->num_1 = filter.offset;
+  condition->num_2 = filter.limit;
+  condition->thread_id = filter.thread_id;
+  if (!filter.keyword.empty() && (condition->keyword = strdup(filter.keyword.c_str())) == nullptr) {
+    throw std::bad_alloc();
+  }
+  condition->flag_5 = filter.oldest_first ? 1 : 0;
+  condition->flag_6 = filter.unread_only ? 1 : 0;
+  check_list(msg_consumer_get_message_list(handle.get(), condition.get()), "list the messages");
   return MessageList(std::move(handle));
 }
 

@@ -9,12 +9,18 @@
 #include <cstdlib>
 #include <new>
 #include <string>
+#include <vector>
 
 #include "msgctl/owned.hpp"
 
 namespace msgctl {
 
 using MessageItem = OwnedRecord<msg_message_item_t, msg_consumer_free_message_info>;
+using ThreadItem = OwnedRecord<msg_thread_view_t, msg_consumer_free_thread_info>;
+using ConversationItem = OwnedRecord<msg_conversation_view_t, msg_consumer_free_conversation_info>;
+using Content = Owned<msg_content_item_t, msg_consumer_free_content_item>;
+using ContentMetadata = Owned<msg_nms_content_meta_t, msg_consumer_free_nms_content_meta_item>;
+using Condition = OwnedRecord<msg_list_condition_t, msg_consumer_free_condition_info>;
 using Metadata = Owned<msg_nms_msg_meta_data_t, msg_consumer_free_nms_msg_meta_item>;
 using Subscription = Owned<msg_nms_mssi_info_t, msg_consumer_free_nms_mssi_info>;
 
@@ -79,6 +85,21 @@ struct MessageFilter {
 };
 
 MessageItem get_message(int message_id);
+
+/// One message as it is shown in its thread.
+ConversationItem get_conversation_entry(int message_id);
+
+/// A part of a message, and what the network store keeps of it, if anything.
+struct Part {
+  Content content;
+  ContentMetadata network_store;
+};
+
+/// The parts of a message, which outlive it.
+std::vector<Part> get_parts(int message_id);
+
+/// Fails when there is no such thread.
+ThreadItem get_thread(int thread_id);
 
 /// Empty when there are none.
 ThreadList get_threads();

@@ -6,7 +6,6 @@
 namespace msgctl {
 namespace {
 
-using BusConnection = Owned<GDBusConnection, g_object_unref>;
 using Value = Owned<GVariant, g_variant_unref>;
 using Error = Owned<GError, g_error_free>;
 using String = Owned<char, g_free>;
@@ -18,19 +17,6 @@ std::string words_of(GError* error) {
   if (!owned) return "unknown error";
   g_dbus_error_strip_remote_error(owned.get());
   return owned->message;
-}
-
-BusConnection open_bus(std::string& problem) {
-  GError* error = nullptr;
-  const String address(g_dbus_address_get_for_bus_sync(G_BUS_TYPE_SYSTEM, nullptr, &error));
-  BusConnection bus;
-  if (address) {
-    const auto flags = static_cast<GDBusConnectionFlags>(G_DBUS_CONNECTION_FLAGS_AUTHENTICATION_CLIENT |
-                                                         G_DBUS_CONNECTION_FLAGS_MESSAGE_BUS_CONNECTION);
-    bus.reset(g_dbus_connection_new_for_address_sync(address.get(), flags, nullptr, nullptr, &error));
-  }
-  if (!bus) problem = words_of(error);
-  return bus;
 }
 
 // A call to the bus itself; null when it failed.
@@ -60,7 +46,43 @@ void call_on_loss(GDBusConnection* /*bus*/, gboolean /*vanished*/, GError* /*err
   (*static_cast<std::function<void()>*>(on_loss))();
 }
 
+BusReply failed(GError* error) {
+  const String name(error != nullptr ? g_dbus_error_get_remote_error(error) : nullptr);
+  return {{}, name ? name.get() : "org.freedesktop.DBus.Error.Failed", words_of(error)};
+}
+
+std::string text_in(GVariant* reply) {
+  if (g_variant_is_of_type(reply, G_VARIANT_TYPE("(s)")) == FALSE) return {};
+  const char* text = nullptr;
+  g_variant_get(reply, "(&s)", &text);
+  return text;
+}
+
 }  // namespace
+
+BusConnection open_bus(std::string& problem) {
+  GError* error = nullptr;
+  const String address(g_dbus_address_get_for_bus_sync(G_BUS_TYPE_SYSTEM, nullptr, &error));
+  BusConnection bus;
+  if (address) {
+    const auto flags = static_cast<GDBusConnectionFlags>(G_DBUS_CONNECTION_FLAGS_AUTHENTICATION_CLIENT |
+                                                         G_DBUS_CONNECTION_FLAGS_MESSAGE_BUS_CONNECTION);
+    bus.reset(g_dbus_connection_new_for_address_sync(address.get(), flags, nullptr, nullptr, &error));
+  }
+  if (!bus) problem = words_of(error);
+  return bus;
+}
+
+BusReply call_service(const char* interface, const char* method, const std::string* argument) {
+  std::string problem;
+  const BusConnection bus = open_bus(problem);
+  if (!bus) return {{}, "org.freedesktop.DBus.Error.NoServer", problem};
+  GError* error = nullptr;
+  GVariant* arguments = argument != nullptr ? g_variant_new("(s)", argument->c_str()) : nullptr;
+  const Value reply(g_dbus_connection_call_sync(bus.get(), service_name, service_path, interface, method, arguments,
+                                                nullptr, G_DBUS_CALL_FLAGS_NONE, -1, nullptr, &error));
+  return reply ? BusReply{text_in(reply.get()), {}, {}} : failed(error);
+}
 
 ServiceOnBus look_at_bus() {
   ServiceOnBus service;

@@ -12,6 +12,12 @@
 namespace msgctl {
 
 inline constexpr const char* service_name = "com.velmora.message.consumer";
+inline constexpr const char* service_path = "/com/velmora/message/consumer";
+
+using BusConnection = Owned<GDBusConnection, g_object_unref>;
+
+/// A connection of its own to the system bus; null, and why, when that fails.
+BusConnection open_bus(std::string& problem);
 
 /// The service as the message bus sees it.
 struct ServiceOnBus {
@@ -23,6 +29,17 @@ struct ServiceOnBus {
 
 /// Asks the system bus, over a connection of its own.
 ServiceOnBus look_at_bus();
+
+/// What a method answered: a text, or an error.
+struct BusReply {
+  std::string text;
+  std::string error_name;  ///< empty when there was none
+  std::string error;
+};
+
+/// Calls a method of one of the interfaces that the service has besides the library's, which takes a text or, for
+/// NULL, nothing. The bus starts the service where it does not run.
+BusReply call_service(const char* interface, const char* method, const std::string* argument);
 
 /// Tells when the system bus goes away, which the library's events cannot.
 class BusGuard {

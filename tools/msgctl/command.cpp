@@ -3,6 +3,7 @@
 
 #include <unistd.h>
 
+#include <algorithm>
 #include <charconv>
 #include <cstdint>
 #include <cstdio>
@@ -61,9 +62,31 @@ CLI::Validator whole_number(int minimum, const std::string& description) { retur
 
 CLI::Validator unsigned_number() { return number_from<std::uint64_t>(0, "NUMBER"); }
 
-CLI::Validator not_empty(const std::string& what) {
+CLI::Validator not_empty(const std::string& what, const std::string& description) {
   return CLI::Validator([what](const std::string& text) { return text.empty() ? "the " + what + " is empty" : ""; },
-                        "TEXT");
+                        description);
+}
+
+CLI::Validator one_of(const std::vector<std::string>& words) {
+  const std::string description = CLI::detail::join(words, "|");
+  const auto check = [words, description](const std::string& text) -> std::string {
+    const bool known = std::find(words.begin(), words.end(), text) != words.end();
+    return known ? "" : "'" + text + "' is none of " + description;
+  };
+  return CLI::Validator(check, description);
+}
+
+CLI::Validator one_of(const std::map<std::string, int>& numbers) {
+  std::vector<std::string> words;
+  for (const auto& [word, number] : numbers) words.push_back(word);
+  const std::string description = CLI::detail::join(words, "|");
+  const auto replace = [numbers, description](std::string& text) -> std::string {
+    const auto found = numbers.find(text);
+    if (found == numbers.end()) return "'" + text + "' is none of " + description;
+    text = std::to_string(found->second);
+    return {};
+  };
+  return CLI::Validator(replace, description);
 }
 
 void print_failure(const Failure& failure, bool json) {

@@ -5,6 +5,7 @@
 #include <CLI/CLI.hpp>
 
 #include <functional>
+#include <map>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -38,6 +39,8 @@ struct Command {
   std::string example;
   /// Declares the arguments, and hands back what runs with them.
   std::function<Action(CLI::App&)> configure;
+  /// For shells and builds, not for people: left out of help and manual.
+  bool hidden = false;
 };
 
 /// Every command, in the order of the help. A name of several words, such as "thread read", is a command in a group.
@@ -56,10 +59,22 @@ CLI::Validator whole_number(int minimum, const std::string& description = "NUMBE
 CLI::Validator unsigned_number();
 
 /// Accepts texts that are not empty; `what` is named in the complaint ("address").
-CLI::Validator not_empty(const std::string& what);
+CLI::Validator not_empty(const std::string& what, const std::string& description = "TEXT");
 
-/// Accepts ids.
-inline CLI::Validator id_check() { return whole_number(1, "ID"); }
+/// Accepts the ids of messages.
+inline CLI::Validator message_id() { return whole_number(1, "MESSAGE"); }
+
+/// Accepts the ids of threads.
+inline CLI::Validator thread_id() { return whole_number(1, "THREAD"); }
+
+/// Accepts one of a few words.
+CLI::Validator one_of(const std::vector<std::string>& words);
+
+/// Accepts one of a few words, and puts its number in its place.
+CLI::Validator one_of(const std::map<std::string, int>& numbers);
+
+/// What the value of an option is called in the help, and completed as: the path of a file.
+inline constexpr const char* file_value = "FILE";
 
 }  // namespace msgctl
 

@@ -1,110 +1,18 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <unistd.h>
 
-#include <CLI/CLI.hpp>
-
 #include <algorithm>
 #include <csignal>
 #include <cstdlib>
-#include <map>
 #include <new>
 
-#include "msgctl/command.hpp"
-#include "msgctl/version.hpp"
+#include "msgctl/command-line.hpp"
 
 namespace {
 
+using msgctl::CommandLine;
 using msgctl::ExitCode;
 using msgctl::Failure;
-
-constexpr const char* footer =
-    "Exit status:\n"
-    "  0  done\n"
-    "  1  failed\n"
-    "  2  the command line was not understood\n"
-    "  3  no such message, thread or other record\n"
-    "  4  the service or the message bus cannot be reached\n"
-    "  5  refused: by the service, or for an invalid argument\n"
-    "  6  not supported on this device\n"
-    "\n"
-    "'msgctl COMMAND --help' shows a command's options and an example.\n";
-
-// The command line as declared, and the command that was found on it.
-class CommandLine {
- public:
-  CommandLine() {
-    _app.set_version_flag("--version", std::string("msgctl ") + msgctl::version);
-    _app.add_flag("--json", _json, "Print JSON, for programs");
-    _app.add_flag("--debug", _debug, "Print the library's log on the standard error");
-    _app.require_subcommand(1);
-    // Options for every command may stand behind the command, too.
-    _app.fallthrough();
-    _app.footer(footer);
-    for (const msgctl::Command& command : msgctl::commands()) add(command);
-  }
-
-  void parse(int argc, char** argv) { _app.parse(argc, argv); }
-  int print_help(const CLI::Success& request) { return _app.exit(request); }
-
-  [[nodiscard]] bool json() const { return _json; }
-  [[nodiscard]] bool debug() const { return _debug; }
-
-  // The name of the command that was found, also where its arguments were not understood.
-  [[nodiscard]] std::string found() const {
-    std::string name;
-    for (const CLI::App* app = &_app; !app->get_subcommands().empty();) {
-      app = app->get_subcommands().front();
-      name += (name.empty() ? "" : " ") + app->get_name();
-    }
-    return name;
-  }
-
-  // Whether that is a command, and not only a group of them.
-  [[nodiscard]] bool complete() const { return chosen() != _entries.end(); }
-
-  void run(msgctl::Context& context) const {
-    if (complete()) chosen()->action(context);
-  }
-
- private:
-  struct Entry {
-    CLI::App* app;
-    msgctl::Action action;
-  };
-
-  [[nodiscard]] std::vector<Entry>::const_iterator chosen() const {
-    return std::find_if(_entries.begin(), _entries.end(), [](const Entry& entry) { return entry.app->parsed(); });
-  }
-
-  // The group in which a command or a group stands, made where it is missing.
-  CLI::App& group_of(const std::string& name) {
-    const std::size_t blank = name.rfind(' ');
-    if (blank == std::string::npos) return _app;
-    const std::string group_name = name.substr(0, blank);
-    CLI::App*& group = _groups[group_name];
-    if (group == nullptr) {
-      group = group_of(group_name)
-                  .add_subcommand(last_word(group_name),
-                                  msgctl::group_summary(group_name) + "; see 'msgctl " + group_name + " --help'");
-      group->require_subcommand(1);
-    }
-    return *group;
-  }
-
-  static std::string last_word(const std::string& name) { return name.substr(name.rfind(' ') + 1); }
-
-  void add(const msgctl::Command& command) {
-    CLI::App* app = group_of(command.name).add_subcommand(last_word(command.name), command.summary);
-    app->footer("Example:\n  " + command.example + "\n");
-    _entries.push_back({app, command.configure(*app)});
-  }
-
-  CLI::App _app{"Read, write and watch the device's messages.", "msgctl"};
-  std::map<std::string, CLI::App*> _groups;
-  std::vector<Entry> _entries;
-  bool _json = false;
-  bool _debug = false;
-};
 
 // The library's own log is for developers; people get this tool's words. What the user has set stands.
 void set_log_level(bool debug) {
@@ -113,6 +21,7 @@ void set_log_level(bool debug) {
 
 ExitCode run(const CommandLine& command_line) {
   set_log_level(command_line.debug());
+  msgctl::choose_colour(command_line.colour());
   msgctl::Output out;
   msgctl::Context context{out, msgctl::screen_of(STDOUT_FILENO), command_line.json()};
   try {

@@ -39,6 +39,16 @@ Cell outgoing_state(int value) {
 
 }  // namespace
 
+MessageState state_of(const msg_conversation_view_t& message) {
+  return {message.num_6, message.num_5, message.num_18, message.flag_9 != 0, message.flag_19 != 0};
+}
+
+const char* sender_in_conversation(const msg_conversation_view_t& message) {
+  if (message.num_6 != incoming) return "me";
+  const char* name = text_of(message.text_12);
+  return *name != '\0' ? name : text_of(message.text_17);
+}
+
 Cell state_cell(const MessageState& state) {
   if (state.direction == draft) return {"draft", Style::Dim};
   return state.direction == incoming ? incoming_state(state) : outgoing_state(state.delivery);

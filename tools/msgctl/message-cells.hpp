@@ -4,6 +4,8 @@
 
 // What the tables of messages have in common.
 
+#include <msg-consumer/msg-consumer-record.h>
+
 #include <string>
 
 #include "msgctl/table.hpp"
@@ -21,6 +23,12 @@ struct MessageState {
   bool read = false;
   bool blocked = false;
 };
+
+/// The state of a message in its conversation.
+MessageState state_of(const msg_conversation_view_t& message);
+
+/// Who wrote a message: people look for the name rather than the number.
+const char* sender_in_conversation(const msg_conversation_view_t& message);
 
 /// One word for the state: "unread", "sent", "draft", …
 Cell state_cell(const MessageState& state);

@@ -138,6 +138,17 @@ std::string json_of(const msg_thread_view_t& thread) {
 
 std::string json_of(const msg_address_item_t& address) { return json_text(object_of(address)); }
 
+std::string json_of(const msg_content_item_t& content, const msg_nms_content_meta_t* network_store) {
+  Json object = object_of(content);
+  object["network_store"] =
+      network_store == nullptr
+          ? Json(nullptr)
+          : Json{{"numbers", {network_store->num_1, network_store->num_2, network_store->num_6}},
+                 {"texts",
+                  {nullable(network_store->text_3), nullable(network_store->text_4), nullable(network_store->text_5)}}};
+  return json_text(object);
+}
+
 std::string json_of(const msg_nms_msg_meta_data_t& meta) { return json_text(object_of(meta)); }
 
 }  // namespace msgctl

@@ -13,7 +13,7 @@ constexpr std::size_t label_width = 12;
 void Sheet::line(const std::string& label, const std::string& value) {
   if (value.empty()) return;
   const std::string name = label + ":" + std::string(label_width - label.size(), ' ');
-  _context.out.write(styled(name, Style::Dim, _context.screen) + printable(value) + "\n");
+  _context.out.write(styled(name, Style::Dim, _context.screen) + shown(printable(value)) + "\n");
 }
 
 void Sheet::body(const std::string& text) {

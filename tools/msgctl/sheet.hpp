@@ -5,6 +5,7 @@
 #include <string>
 
 #include "msgctl/command.hpp"
+#include "msgctl/text.hpp"
 
 namespace msgctl {
 
@@ -20,6 +21,10 @@ class Sheet {
   void body(const std::string& text);
 
  private:
+  [[nodiscard]] std::string shown(const std::string& text) const {
+    return _context.screen.terminal ? isolated(text) : text;
+  }
+
   Context& _context;
 };
 

@@ -27,11 +27,8 @@ void shrink(std::vector<std::size_t>& widths, const std::vector<std::size_t>& fl
   }
 }
 
-std::string padded(const std::string& text, std::size_t text_width, const Column& column, std::size_t width,
-                   bool last) {
-  const std::size_t blanks = width > text_width ? width - text_width : 0;
-  if (column.align == Align::Right) return std::string(blanks, ' ') + text;
-  return last ? text : text + std::string(blanks, ' ');
+std::size_t floor_of(const Column& column, std::size_t width) {
+  return column.minimum > 0 ? std::min(column.minimum, width) : width;
 }
 
 }  // namespace
@@ -42,11 +39,30 @@ std::vector<std::size_t> fitted_widths(const std::vector<Column>& columns, std::
   std::vector<std::size_t> floors = widths;
   for (std::size_t i = 0; i < columns.size(); ++i) {
     widths[i] = std::min(widths[i], std::max(available, std::size_t{1}));
-    floors[i] = columns[i].minimum > 0 ? std::min(columns[i].minimum, widths[i]) : widths[i];
+    floors[i] = floor_of(columns[i], widths[i]);
   }
   shrink(widths, floors, available);
   shrink(widths, std::vector<std::size_t>(widths.size(), 1), available);
   return widths;
+}
+
+std::vector<std::size_t> shown_columns(const std::vector<Column>& columns, const std::vector<std::size_t>& widths,
+                                       std::size_t available) {
+  std::vector<std::size_t> shown(columns.size());
+  std::iota(shown.begin(), shown.end(), 0);
+  const auto needed = [&] {
+    std::vector<std::size_t> floors;
+    for (const std::size_t i : shown) floors.push_back(floor_of(columns[i], widths[i]));
+    return total(floors);
+  };
+  while (!shown.empty() && needed() > available) {
+    const auto least = std::max_element(shown.begin(), shown.end(), [&](std::size_t left, std::size_t right) {
+      return columns[left].dispensable < columns[right].dispensable;
+    });
+    if (columns[*least].dispensable == 0) break;
+    shown.erase(least);
+  }
+  return shown;
 }
 
 Table::Table(std::vector<Column> columns, const Screen& screen) : _columns(std::move(columns)), _screen(screen) {
@@ -59,7 +75,17 @@ void Table::measure(const Row& row) {
   }
 }
 
-void Table::settle() { _widths = fitted_widths(_columns, std::move(_widths), _screen.width); }
+void Table::settle() {
+  _shown = shown_columns(_columns, _widths, _screen.width);
+  std::vector<Column> columns;
+  std::vector<std::size_t> widths;
+  for (const std::size_t i : _shown) {
+    columns.push_back(_columns[i]);
+    widths.push_back(_widths[i]);
+  }
+  widths = fitted_widths(columns, std::move(widths), _screen.width);
+  for (std::size_t i = 0; i < _shown.size(); ++i) _widths[_shown[i]] = widths[i];
+}
 
 std::string Table::header() const {
   Row titles;
@@ -67,13 +93,26 @@ std::string Table::header() const {
   return line(titles);
 }
 
+std::string Table::cell(const Cell& cell, std::size_t column, bool last) const {
+  const std::string text = fit(printable(cell.text), _widths[column]);
+  const std::size_t text_width = display_width(text);
+  const std::string blanks(_widths[column] > text_width ? _widths[column] - text_width : 0, ' ');
+  const std::string shown = styled(_screen.terminal ? isolated(text) : text, cell.style, _screen);
+  if (_columns[column].align == Align::Right) return blanks + shown;
+  return last ? shown : shown + blanks;
+}
+
 std::string Table::line(const Row& row) const {
   std::string result;
-  for (std::size_t i = 0; i < row.size(); ++i) {
-    const std::string text = fit(printable(row[i].text), _widths[i]);
-    if (i > 0) result.append(gap, ' ');
-    result +=
-        padded(styled(text, row[i].style, _screen), display_width(text), _columns[i], _widths[i], i + 1 == row.size());
+  std::size_t position = 1;
+  bool doubtful = false;
+  for (const std::size_t i : _shown) {
+    if (i != _shown.front()) result.append(gap, ' ');
+    // A terminal that draws a text wider or narrower than thought is told where the next column begins.
+    if (doubtful) result += "\033[" + std::to_string(position) + "G";
+    result += cell(row[i], i, i == _shown.back());
+    doubtful = _screen.terminal && has_doubtful_width(row[i].text);
+    position += _widths[i] + gap;
   }
   result.erase(result.find_last_not_of(' ') + 1);
   return result += '\n';

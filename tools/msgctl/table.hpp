@@ -17,6 +17,8 @@ struct Column {
   Align align = Align::Left;
   /// How narrow the column may get when the table is too wide; 0 for one that is shortened only as a last resort.
   std::size_t minimum = 0;
+  /// Which columns are left out on a screen that is too narrow for the minima of all: the highest first; 0 for never.
+  int dispensable = 0;
 };
 
 struct Cell {
@@ -28,6 +30,10 @@ using Row = std::vector<Cell>;
 
 /// The widths that make columns of these natural widths, two blanks apart, fit into `available` columns.
 std::vector<std::size_t> fitted_widths(const std::vector<Column>& columns, std::vector<std::size_t> widths,
+                                       std::size_t available);
+
+/// Which of the columns are shown in `available` columns of the screen, by their index.
+std::vector<std::size_t> shown_columns(const std::vector<Column>& columns, const std::vector<std::size_t>& widths,
                                        std::size_t available);
 
 /// Aligned columns that fit a screen. Rows are measured first and printed afterwards one at a time, so that a long
@@ -45,7 +51,10 @@ class Table {
   [[nodiscard]] std::string line(const Row& row) const;
 
  private:
+  [[nodiscard]] std::string cell(const Cell& cell, std::size_t column, bool last) const;
+
   std::vector<Column> _columns;
+  std::vector<std::size_t> _shown;  // the columns that are not left out
   Screen _screen;
   std::vector<std::size_t> _widths;
 };

@@ -26,6 +26,16 @@ std::size_t width_of(int descriptor) {
   return Screen{}.width;
 }
 
+Colour& colour_choice() {
+  static Colour choice = Colour::Auto;
+  return choice;
+}
+
+bool shows_colour(bool terminal) {
+  if (colour_choice() != Colour::Auto) return colour_choice() == Colour::Always;
+  return terminal && environment("NO_COLOR").empty() && environment("TERM") != "dumb";
+}
+
 const char* sequence(Style style) {
   switch (style) {
     case Style::Bold:
@@ -46,9 +56,11 @@ const char* sequence(Style style) {
 
 }  // namespace
 
+void choose_colour(Colour when) { colour_choice() = when; }
+
 Screen screen_of(int descriptor) {
-  const bool colour = isatty(descriptor) == 1 && environment("NO_COLOR").empty() && environment("TERM") != "dumb";
-  return {width_of(descriptor), colour};
+  const bool terminal = isatty(descriptor) == 1;
+  return {width_of(descriptor), shows_colour(terminal), terminal};
 }
 
 std::string styled(std::string_view text, Style style, const Screen& screen) {

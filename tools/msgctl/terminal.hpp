@@ -14,10 +14,16 @@ enum class Style { Plain, Bold, Dim, Red, Green, Yellow };
 struct Screen {
   std::size_t width = 80;
   bool colour = false;
+  bool terminal = false;
 };
 
-/// The screen behind a file descriptor. What is no terminal has the width that COLUMNS tells, or 80, and no colour;
-/// a terminal has none either when NO_COLOR is set.
+enum class Colour { Auto, Always, Never };
+
+/// Sets for the whole process when there is to be colour.
+void choose_colour(Colour when);
+
+/// The screen behind a file descriptor. What is no terminal has the width that COLUMNS tells, or 80, and no colour
+/// unless it is always wanted; a terminal has none either when NO_COLOR is set.
 Screen screen_of(int descriptor);
 
 /// `text` in a style, where the screen shows any.

@@ -3,6 +3,7 @@
 
 #include <glib.h>
 
+#include <algorithm>
 #include <array>
 #include <cstdio>
 
@@ -10,6 +11,8 @@ namespace msgctl {
 namespace {
 
 constexpr std::string_view ellipsis = "…";
+constexpr std::string_view first_strong_isolate = "\u2068";
+constexpr std::string_view pop_isolate = "\u2069";
 
 struct Symbol {
   gunichar code;
@@ -48,9 +51,75 @@ std::string escaped(gunichar code) {
   return buffer.data();
 }
 
+constexpr gunichar zero_width_joiner = 0x200d;
+constexpr gunichar emoji_presentation = 0xfe0f;
+
 std::size_t symbol_width(gunichar code) {
   if (g_unichar_iszerowidth(code)) return 0;
   return g_unichar_iswide(code) ? 2 : 1;
+}
+
+bool is_flag_half(gunichar code) { return code >= 0x1f1e6 && code <= 0x1f1ff; }
+bool is_skin_tone(gunichar code) { return code >= 0x1f3fb && code <= 0x1f3ff; }
+
+// What is seen as one character and may not be torn apart.
+struct Cluster {
+  std::size_t size = 0;
+  std::size_t width = 0;
+  bool doubtful = false;
+};
+
+// Puts clusters together as far as their width needs it: what combines, what is joined, and the halves of flags.
+class ClusterReader {
+ public:
+  explicit ClusterReader(std::string_view text) : _text(text) {}
+
+  [[nodiscard]] bool at_end() const { return _text.empty(); }
+
+  Cluster next() {
+    const Symbol first = take();
+    Cluster cluster = {first.size, symbol_width(first.code), false};
+    bool joined = false;
+    bool half_a_flag = first.valid && is_flag_half(first.code);
+    while (!at_end()) {
+      const Symbol symbol = first_symbol(_text);
+      const bool second_half = half_a_flag && is_flag_half(symbol.code);
+      const bool tone = is_skin_tone(symbol.code) && cluster.width == 2;
+      if (!symbol.valid || !(joined || second_half || tone || extends(symbol.code))) break;
+      take();
+      cluster.size += symbol.size;
+      // What is joined or modified is drawn in the place of the first symbol.
+      if (joined || second_half || tone || symbol.code == emoji_presentation) {
+        cluster.width = std::max(cluster.width, std::size_t{2});
+        cluster.doubtful = true;
+      } else {
+        cluster.width += symbol_width(symbol.code);
+      }
+      // Letters of some scripts are joined by the same character, and keep their width.
+      joined = symbol.code == zero_width_joiner && cluster.width == 2;
+      half_a_flag = false;
+    }
+    return cluster;
+  }
+
+ private:
+  Symbol take() {
+    const Symbol symbol = first_symbol(_text);
+    _text.remove_prefix(symbol.size);
+    return symbol;
+  }
+
+  static bool extends(gunichar code) {
+    return g_unichar_iszerowidth(code) != FALSE || g_unichar_type(code) == G_UNICODE_SPACING_MARK;
+  }
+
+  std::string_view _text;
+};
+
+bool is_written_from_right(gunichar code) {
+  return (code >= 0x590 && code <= 0x8ff) || code == 0x200f || (code >= 0xfb1d && code <= 0xfdff) ||
+         (code >= 0xfe70 && code <= 0xfefe) || (code >= 0x10800 && code <= 0x10fff) ||
+         (code >= 0x1e800 && code <= 0x1efff);
 }
 
 }  // namespace
@@ -73,23 +142,51 @@ std::string printable(std::string_view text, Newlines newlines) {
 
 std::size_t display_width(std::string_view text) {
   std::size_t width = 0;
-  while (!text.empty()) {
-    const Symbol symbol = first_symbol(text);
-    width += symbol_width(symbol.code);
-    text.remove_prefix(symbol.size);
-  }
+  for (ClusterReader reader(text); !reader.at_end();) width += reader.next().width;
   return width;
+}
+
+bool has_doubtful_width(std::string_view text) {
+  for (ClusterReader reader(text); !reader.at_end();) {
+    if (reader.next().doubtful) return true;
+  }
+  return false;
+}
+
+std::string isolated(std::string_view text) {
+  for (std::string_view rest = text; !rest.empty();) {
+    const Symbol symbol = first_symbol(rest);
+    if (symbol.valid && is_written_from_right(symbol.code)) {
+      return std::string(first_strong_isolate).append(text).append(pop_isolate);
+    }
+    rest.remove_prefix(symbol.size);
+  }
+  return std::string(text);
+}
+
+std::vector<std::string> wrapped(std::string_view text, std::size_t width) {
+  std::vector<std::string> lines(1);
+  while (!text.empty()) {
+    const std::size_t blank = std::min(text.find(' '), text.size());
+    const std::string word = fit(text.substr(0, blank), width);
+    text.remove_prefix(std::min(blank + 1, text.size()));
+    const std::size_t used = display_width(lines.back());
+    if (used > 0 && used + 1 + display_width(word) > width) lines.emplace_back();
+    if (!lines.back().empty()) lines.back() += ' ';
+    lines.back() += word;
+  }
+  return lines;
 }
 
 std::string fit(std::string_view text, std::size_t width) {
   if (width == 0) return {};
-  // `kept` ends where a cut leaves room for the mark. Combining characters take no room, so they stay with their base.
+  // `kept` ends where a cut leaves room for the mark.
   std::size_t used = 0, kept = 0, position = 0;
-  while (position < text.size()) {
-    const Symbol symbol = first_symbol(text.substr(position));
-    used += symbol_width(symbol.code);
+  for (ClusterReader reader(text); !reader.at_end();) {
+    const Cluster cluster = reader.next();
+    used += cluster.width;
     if (used > width) return std::string(text.substr(0, kept)).append(ellipsis);
-    position += symbol.size;
+    position += cluster.size;
     if (used < width) kept = position;
   }
   return std::string(text);

@@ -34,7 +34,7 @@ void find_thread(const std::string& address, Context& context) {
 
 Action configure_addresses(CLI::App& app) {
   auto thread_id = std::make_shared<int>();
-  app.add_option("THREAD", *thread_id, "The thread")->required()->check(id_check());
+  app.add_option("THREAD", *thread_id, "The thread")->required()->check(msgctl::thread_id());
   return [thread_id](Context& context) { print_list(context, view(), get_addresses(*thread_id)); };
 }
 

@@ -54,7 +54,8 @@ std::string kind_of(const CLI::App& app) {
 
 Action CommandById::operator()(CLI::App& app) const {
   auto ids = std::make_shared<std::vector<int>>();
-  app.add_option("ID", *ids, std::string("The ") + noun + "s")->required()->check(id_check());
+  app.add_option("ID", *ids, std::string("The ") + noun + "s")->required()
+      ->check(whole_number(1, std::string_view(noun) == "thread" ? "THREAD" : "MESSAGE"));
   return [command = *this, kind = kind_of(app), ids](Context& context) {
     const Connection connection;
     context.json ? run_in_json(command, kind, *ids, context) : run_in_words(command, *ids, context);

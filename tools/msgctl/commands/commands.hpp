@@ -15,8 +15,10 @@ Action configure_messages(CLI::App& app);
 Action configure_show(CLI::App& app);
 Action configure_addresses(CLI::App& app);
 Action configure_find_thread(CLI::App& app);
+Action configure_thread_show(CLI::App& app);
 Action configure_thread_delete(CLI::App& app);
 Action configure_thread_active(CLI::App& app);
+Action configure_content_list(CLI::App& app);
 Action configure_content_get(CLI::App& app);
 Action configure_content_send(CLI::App& app);
 Action configure_request_default_sms(CLI::App& app);
@@ -42,6 +44,26 @@ Action configure_nms_meta_sync_required(CLI::App& app);
 Action configure_nms_meta_download_required(CLI::App& app);
 Action configure_nms_subscription_show(CLI::App& app);
 Action configure_nms_subscription_set(CLI::App& app);
+
+// The emulator's steps.
+Action configure_emulate_receive(CLI::App& app);
+Action configure_emulate_report(CLI::App& app);
+Action configure_emulate_network(CLI::App& app);
+Action configure_emulate_phone(CLI::App& app);
+Action configure_emulate_network_store(CLI::App& app);
+Action configure_emulate_fault(CLI::App& app);
+Action configure_emulate_signals(CLI::App& app);
+Action configure_emulate_lock(CLI::App& app);
+Action configure_emulate_disk_full(CLI::App& app);
+Action configure_emulate_clear(CLI::App& app);
+Action configure_emulate_state(CLI::App& app);
+Action configure_emulate_reset(CLI::App& app);
+Action configure_emulate_perform(CLI::App& app);
+
+// For shells and builds.
+Action configure_completion(CLI::App& app);
+Action configure_manual(CLI::App& app);
+Action configure_outline(CLI::App& app);
 
 /// A command that has the service do one thing with each of the ids given to it.
 struct CommandById {

@@ -4,9 +4,13 @@
 #include <memory>
 #include <nlohmann/json.hpp>
 
+#include "msgctl/api.hpp"
 #include "msgctl/commands/commands.hpp"
 #include "msgctl/connection.hpp"
 #include "msgctl/json-text.hpp"
+#include "msgctl/list-view.hpp"
+#include "msgctl/record-json.hpp"
+#include "msgctl/record-words.hpp"
 #include "msgctl/service-path.hpp"
 #include "msgctl/text.hpp"
 
@@ -17,6 +21,8 @@ struct ContentArguments {
   int message_id = 0;
   std::string path;
 };
+
+constexpr int text_kind = 1;
 
 // One direction of moving a file.
 struct Transfer {
@@ -43,14 +49,46 @@ void move_file(const Transfer& transfer, const ContentArguments& arguments, Cont
                : context.out.write(std::string(transfer.done) + " " + printable(path) + "\n");
 }
 
+Row row_of(const Part& part) {
+  const msg_content_item_t& content = *part.content;
+  return {{std::to_string(content.content_id)},
+          {content_kind(content.kind)},
+          {text_of(content.text_10)},
+          {text_of(content.text_8)},
+          {transfer(content.status)},
+          {text_of(content.kind == text_kind ? content.text_12 : content.text_7)}};
+}
+
+std::string json_of_part(const Part& part) { return json_of(*part.content, part.network_store.get()); }
+
+const ListView<Part>& view() {
+  static const ListView<Part> instance = {"contents",
+                                          "No parts.",
+                                          {{"ID", Align::Right},
+                                           {"KIND"},
+                                           {"TYPE", Align::Left, 10, 3},
+                                           {"NAME", Align::Left, 8, 1},
+                                           {"TRANSFER", Align::Left, 0, 2},
+                                           {"TEXT OR PATH", Align::Left, 8, 4}},
+                                          row_of,
+                                          json_of_part};
+  return instance;
+}
+
 std::shared_ptr<ContentArguments> declare_arguments(CLI::App& app) {
   auto arguments = std::make_shared<ContentArguments>();
-  app.add_option("ID", arguments->message_id, "The message")->required()->check(id_check());
-  app.add_option("PATH", arguments->path, "The file")->required();
+  app.add_option("ID", arguments->message_id, "The message")->required()->check(message_id());
+  app.add_option("PATH", arguments->path, "The file")->type_name(file_value)->required();
   return arguments;
 }
 
 }  // namespace
+
+Action configure_content_list(CLI::App& app) {
+  auto id = std::make_shared<int>();
+  app.add_option("ID", *id, "The message")->required()->check(message_id());
+  return [id](Context& context) { print_list(context, view(), get_parts(*id)); };
+}
 
 Action configure_content_get(CLI::App& app) {
   const auto arguments = declare_arguments(app);

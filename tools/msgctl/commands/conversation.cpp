@@ -11,18 +11,11 @@
 namespace msgctl {
 namespace {
 
-// What the conversation shows of a message's sender: people look for who wrote, not for which number did.
-const char* sender_of(const msg_conversation_view_t& message) {
-  if (message.num_6 != incoming) return "me";
-  const char* name = text_of(message.text_12);
-  return *name != '\0' ? name : text_of(message.text_17);
-}
-
 Row row_of(const msg_conversation_view_t& message) {
-  const MessageState state = {message.num_6, message.num_5, message.num_18, message.flag_9 != 0, message.flag_19 != 0};
+  const MessageState state = state_of(message);
   return {{std::to_string(message.msg_id)},
           {local_time(message.time_sec)},
-          {sender_of(message)},
+          {sender_in_conversation(message)},
           state_cell(state),
           {summary(text_of(message.text_11), text_of(message.text_3), message.num_13), text_style(state)}};
 }
@@ -31,7 +24,11 @@ const ListView<msg_conversation_view_t>& view() {
   static const ListView<msg_conversation_view_t> instance = {
       "conversation",
       "No messages.",
-      {{"ID", Align::Right}, {"TIME"}, {"FROM", Align::Left, 10}, {"STATE"}, {"TEXT", Align::Left, 16}},
+      {{"ID", Align::Right},
+       {"TIME", Align::Left, 0, 3},
+       {"FROM", Align::Left, 10, 1},
+       {"STATE", Align::Left, 0, 2},
+       {"TEXT", Align::Left, 12}},
       row_of,
       json_of};
   return instance;
@@ -41,7 +38,7 @@ const ListView<msg_conversation_view_t>& view() {
 
 Action configure_conversation(CLI::App& app) {
   auto thread_id = std::make_shared<int>();
-  app.add_option("THREAD", *thread_id, "The thread")->required()->check(id_check());
+  app.add_option("THREAD", *thread_id, "The thread")->required()->check(msgctl::thread_id());
   return [thread_id](Context& context) { print_list(context, view(), get_conversation(*thread_id)); };
 }
 

@@ -41,12 +41,12 @@ const ListView<msg_message_item_t>& view() {
   static const ListView<msg_message_item_t> instance = {"messages",
                                                         "No messages.",
                                                         {{"ID", Align::Right},
-                                                         {"THREAD", Align::Right},
-                                                         {"TIME"},
-                                                         {""},
-                                                         {"ADDRESS", Align::Left, 12},
-                                                         {"STATE"},
-                                                         {"TEXT", Align::Left, 16}},
+                                                         {"THREAD", Align::Right, 0, 5},
+                                                         {"TIME", Align::Left, 0, 4},
+                                                         {"", Align::Left, 0, 2},
+                                                         {"ADDRESS", Align::Left, 12, 1},
+                                                         {"STATE", Align::Left, 0, 3},
+                                                         {"TEXT", Align::Left, 12}},
                                                         row_of,
                                                         json_of};
   return instance;
@@ -61,9 +61,10 @@ void check_keyword(const std::string& keyword) {
 
 Action configure_messages(CLI::App& app) {
   auto filter = std::make_shared<MessageFilter>();
-  app.add_option("--thread", filter->thread_id, "Only messages of this thread")->check(id_check());
+  app.add_option("--thread", filter->thread_id, "Only messages of this thread")->check(msgctl::thread_id());
   app.add_option("--keyword", filter->keyword,
-                 "Only messages whose text, subject or addresses contain this, without regard to case");
+                 "Only messages whose text, subject or addresses contain this, without regard to case")
+      ->type_name("TEXT");
   app.add_flag("--unread", filter->unread_only, "Only unread messages");
   app.add_flag("--oldest-first", filter->oldest_first, "Begin with the oldest message");
   app.add_option("--limit", filter->limit, "How many at most; 0 for all")->check(whole_number(0));

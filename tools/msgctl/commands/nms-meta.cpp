@@ -48,11 +48,11 @@ const ListView<msg_nms_msg_meta_data_t>& view() {
                                                              "No metadata.",
                                                              {{"MESSAGE", Align::Right},
                                                               {"OBJECT", Align::Left, 8},
-                                                              {"CORRELATION", Align::Left, 8},
-                                                              {"FOLDER", Align::Left, 8},
-                                                              {"SYNC"},
-                                                              {"DOWNLOAD"},
-                                                              {"MARKS", Align::Left, 8}},
+                                                              {"CORRELATION", Align::Left, 8, 4},
+                                                              {"FOLDER", Align::Left, 8, 3},
+                                                              {"SYNC", Align::Left, 0, 1},
+                                                              {"DOWNLOAD", Align::Left, 0, 2},
+                                                              {"MARKS", Align::Left, 8, 5}},
                                                              row_of,
                                                              json_of};
   return instance;
@@ -117,13 +117,15 @@ void remove_invalid(Context& context) {
 void declare_key(CLI::App& app, MetadataKey& key) {
   CLI::Option_group* group = app.add_option_group("Key", "At least one of");
   group->require_option(1, 0);
-  group->add_option("--message", key.message_id, "The message that it belongs to")->check(id_check());
+  group->add_option("--message", key.message_id, "The message that it belongs to")->check(message_id());
   group->add_option("--object", key.object_id, "The object's id in the network message store")
-      ->check(not_empty("object id"));
+      ->check(not_empty("object id", "OBJECT"));
 }
 
 void declare_file(CLI::App& app, std::string& path) {
-  app.add_option("FILE", path, "The metadata as JSON; - reads it from the standard input")->required();
+  app.add_option("FILE", path, "The metadata as JSON; - reads it from the standard input")
+      ->type_name(file_value)
+      ->required();
 }
 
 std::shared_ptr<bool> declare_with_deleted(CLI::App& app) {
@@ -178,11 +180,9 @@ Action configure_nms_meta_show(CLI::App& app) {
 
 Action configure_nms_meta_uncorrelated(CLI::App& app) {
   auto filter = std::make_shared<CorrelationFilter>();
-  app.add_option("--id", filter->id, "Only metadata with this correlation id");
-  app.add_option("--type", filter->type, "What the id belongs to")
-      ->transform(CLI::CheckedTransformer(correlation_types()));
-  app.add_option("--match", filter->match, "How the id is compared")
-      ->transform(CLI::CheckedTransformer(ways_to_match()));
+  app.add_option("--id", filter->id, "Only metadata with this correlation id")->type_name("CORRELATION");
+  app.add_option("--type", filter->type, "What the id belongs to")->transform(one_of(correlation_types()));
+  app.add_option("--match", filter->match, "How the id is compared")->transform(one_of(ways_to_match()));
   app.add_flag("--with-deleted", filter->with_deleted, "Include what is marked as deleted");
   return [filter](Context& context) { print_list(context, view(), get_uncorrelated_metadata(*filter)); };
 }

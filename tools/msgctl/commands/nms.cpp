@@ -105,19 +105,21 @@ void set_delay(int value, Context& context) {
 
 Action configure_nms_add(CLI::App& app) {
   auto path = std::make_shared<std::string>();
-  app.add_option("FILE", *path, "The message as JSON; - reads it from the standard input")->required();
+  app.add_option("FILE", *path, "The message as JSON; - reads it from the standard input")
+      ->type_name(file_value)
+      ->required();
   return [path](Context& context) { add(*path, context); };
 }
 
 Action configure_nms_status(CLI::App& app) {
   auto id = std::make_shared<int>();
-  app.add_option("ID", *id, "The message")->required()->check(id_check());
+  app.add_option("ID", *id, "The message")->required()->check(message_id());
   return [id](Context& context) { show_status(*id, context); };
 }
 
 Action configure_nms_set_status(CLI::App& app) {
   auto status = std::make_shared<NetworkStatus>();
-  app.add_option("ID", status->message_id, "The message")->required()->check(id_check());
+  app.add_option("ID", status->message_id, "The message")->required()->check(message_id());
   app.add_option("STATUS", status->value, "The network status, any number")
       ->required()
       ->check(whole_number(std::numeric_limits<int>::min()));

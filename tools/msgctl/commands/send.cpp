@@ -99,7 +99,7 @@ std::shared_ptr<SendArguments> declare_arguments(CLI::App& app) {
       ->allow_extra_args(false)
       ->check(CLI::Validator([](std::string& address) { return address.empty() ? "the address is empty" : ""; },
                              "ADDRESS"));
-  receivers->add_option("--thread", arguments->thread_id, "Write in this thread")->check(id_check());
+  receivers->add_option("--thread", arguments->thread_id, "Write in this thread")->check(msgctl::thread_id());
   app.add_option("TEXT", arguments->text, "The text; - reads it from the standard input");
   return arguments;
 }
@@ -118,7 +118,9 @@ Action sms_action(CLI::App& app, const std::shared_ptr<SendArguments>& arguments
 }
 
 Action mms_action(CLI::App& app, const std::shared_ptr<SendArguments>& arguments, Send send) {
-  app.add_option("--file", arguments->files, "A file to attach; may be repeated")->allow_extra_args(false);
+  app.add_option("--file", arguments->files, "A file to attach; may be repeated")
+      ->type_name(file_value)
+      ->allow_extra_args(false);
   return [arguments, send](Context& context) {
     if (arguments->text.empty() && arguments->files.empty()) {
       throw Failure(ExitCode::Usage, "there is nothing to send: neither a text nor a --file",

@@ -3,6 +3,7 @@
 
 #include "msgctl/api.hpp"
 #include "msgctl/commands/commands.hpp"
+#include "msgctl/message-cells.hpp"
 #include "msgctl/record-json.hpp"
 #include "msgctl/record-words.hpp"
 #include "msgctl/sheet.hpp"
@@ -72,14 +73,34 @@ void print_sheet(Context& context, const msg_message_item_t& message) {
   sheet.body(text_of(message.text_3));
 }
 
+void show(Context& context, int message_id) {
+  const MessageItem message = get_message(message_id);
+  context.json ? write_json_item(context.out, "message", json_of(*message)) : print_sheet(context, *message);
+}
+
+void show_in_conversation(Context& context, int message_id) {
+  const ConversationItem entry = get_conversation_entry(message_id);
+  if (context.json) return write_json_item(context.out, "conversation-entry", json_of(*entry));
+  Sheet sheet(context);
+  sheet.line("Message", std::to_string(entry->msg_id));
+  sheet.line("Thread", std::to_string(entry->num_4));
+  sheet.line("From", sender_in_conversation(*entry));
+  sheet.line("Time", local_time(entry->time_sec));
+  sheet.line("State", state_cell(state_of(*entry)).text);
+  sheet.line("Subject", text_of(entry->text_11));
+  sheet.line("Parts", entry->num_13 > 0 ? std::to_string(entry->num_13) : "");
+  sheet.body(text_of(entry->text_3));
+}
+
 }  // namespace
 
 Action configure_show(CLI::App& app) {
   auto message_id = std::make_shared<int>();
-  app.add_option("ID", *message_id, "The message")->required()->check(id_check());
-  return [message_id](Context& context) {
-    const MessageItem message = get_message(*message_id);
-    context.json ? write_json_item(context.out, "message", json_of(*message)) : print_sheet(context, *message);
+  auto in_conversation = std::make_shared<bool>(false);
+  app.add_option("ID", *message_id, "The message")->required()->check(msgctl::message_id());
+  app.add_flag("--in-conversation", *in_conversation, "Show it as it appears in its conversation");
+  return [message_id, in_conversation](Context& context) {
+    *in_conversation ? show_in_conversation(context, *message_id) : show(context, *message_id);
   };
 }
 

@@ -4,9 +4,13 @@
 #include <memory>
 #include <nlohmann/json.hpp>
 
+#include "msgctl/api.hpp"
 #include "msgctl/commands/commands.hpp"
 #include "msgctl/connection.hpp"
 #include "msgctl/json-text.hpp"
+#include "msgctl/record-json.hpp"
+#include "msgctl/record-words.hpp"
+#include "msgctl/sheet.hpp"
 
 namespace msgctl {
 namespace {
@@ -17,6 +21,22 @@ std::string joined(const std::vector<int>& ids) {
   std::string words;
   for (const int id : ids) words += (words.empty() ? "" : ", ") + std::to_string(id);
   return words;
+}
+
+const char* yes_or_no(bool value) { return value ? "yes" : "no"; }
+
+void print_sheet(Context& context, const msg_thread_view_t& thread) {
+  const bool group_chat = thread.flag_8 != 0;
+  Sheet sheet(context);
+  sheet.line("Thread", std::to_string(thread.thread_id));
+  sheet.line("With", text_of(thread.text_2));
+  sheet.line("Participants", std::to_string(thread.num_13));
+  sheet.line("Group chat", group_chat ? text_of(thread.text_4) : "");
+  sheet.line("Messages", std::to_string(thread.num_6) + ", " + std::to_string(thread.num_7) + " unread");
+  sheet.line("Draft", yes_or_no(thread.flag_15 != 0));
+  sheet.line("Failed", yes_or_no(thread.flag_14 != 0));
+  sheet.line("Last", local_time(thread.time_sec));
+  sheet.line("Text", text_of(thread.text_3));
 }
 
 // All of them as one change, or none.
@@ -43,9 +63,18 @@ void set_active_thread(int id, Context& context) {
 
 }  // namespace
 
+Action configure_thread_show(CLI::App& app) {
+  auto id = std::make_shared<int>();
+  app.add_option("ID", *id, "The thread")->required()->check(msgctl::thread_id());
+  return [id](Context& context) {
+    const ThreadItem thread = get_thread(*id);
+    context.json ? write_json_item(context.out, "thread-view", json_of(*thread)) : print_sheet(context, *thread);
+  };
+}
+
 Action configure_thread_delete(CLI::App& app) {
   auto ids = std::make_shared<std::vector<int>>();
-  app.add_option("ID", *ids, "The threads")->required()->check(id_check());
+  app.add_option("ID", *ids, "The threads")->required()->check(msgctl::thread_id());
   return [ids](Context& context) { delete_threads(*ids, context); };
 }
 
@@ -53,7 +82,7 @@ Action configure_thread_active(CLI::App& app) {
   auto id = std::make_shared<int>(0);
   CLI::Option_group* choice = app.add_option_group("Choice", "One of");
   choice->require_option(1);
-  choice->add_option("ID", *id, "The thread that is being looked at")->check(id_check());
+  choice->add_option("ID", *id, "The thread that is being looked at")->check(msgctl::thread_id());
   choice->add_flag_callback(
       "--none", [id] { *id = 0; }, "No thread is being looked at any more");
   return [id](Context& context) { set_active_thread(*id, context); };
