@@ -10,19 +10,6 @@
 #include "status.hpp"
 
 namespace msg_consumer::service {
-namespace {
-
-Content& append_part(Message& message, std::string_view mime_type, std::int64_t size) {
-  Content& part = message.contents.emplace_back();
-  part.flag_d = 1;
-  part.str_e = mime_type;
-  part.kind = kind_of(mime_type);
-  part.str_j = "part-" + std::to_string(message.contents.size());
-  message.num_q += static_cast<int>(size);
-  return part;
-}
-
-}  // namespace
 
 std::vector<std::string> split_paths(std::string_view paths) {
   // Counted before anything is copied.
@@ -36,6 +23,16 @@ std::vector<std::string> split_paths(std::string_view paths) {
   }
   require(result.size() <= MAX_FILES, STATUS_TOO_MUCH);
   return result;
+}
+
+Content& append_part(Message& message, std::string_view mime_type, std::int64_t size) {
+  Content& part = message.contents.emplace_back();
+  part.flag_d = 1;
+  part.str_e = mime_type;
+  part.kind = kind_of(mime_type);
+  part.str_j = "part-" + std::to_string(message.contents.size());
+  message.num_q += static_cast<int>(size);
+  return part;
 }
 
 void append_text_part(Message& message) {

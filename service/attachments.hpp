@@ -22,6 +22,9 @@ inline constexpr std::size_t MAX_FILES = 100;
 /// caller's, and more than a message may have.
 std::vector<std::string> split_paths(std::string_view paths);
 
+/// Adds a part of this size, which is on the device.
+Content& append_part(Message& message, std::string_view mime_type, std::int64_t size);
+
 /// Makes the message's text its body part; an empty text makes none.
 void append_text_part(Message& message);
 

@@ -52,7 +52,12 @@ std::vector<std::string> distinct_addresses(const std::vector<std::string>& addr
 Threads::Threads(sqlite3* database)
     : _find(database, "SELECT is_group, address_key FROM thread WHERE id = ?1"),
       _find_by_key(database, "SELECT id FROM thread WHERE address_key = ?1 AND is_group = ?2 ORDER BY id LIMIT 1"),
+      _find_group(database,
+                  "SELECT id, address_key FROM thread WHERE is_group = 1 AND group_chat_id = ?1 ORDER BY id LIMIT 1"),
       _participants(database, "SELECT address FROM thread_address WHERE thread_id = ?1 AND is_own = 0 ORDER BY id"),
+      _drop_participants(database, "DELETE FROM thread_address WHERE thread_id = ?1 AND is_own = 0"),
+      _set_participants(database, "UPDATE thread SET address_key = ?2, participant_count = ?3 WHERE id = ?1"),
+      _set_title(database, "UPDATE thread SET title = ?2 WHERE id = ?1 AND title <> ?2 RETURNING id"),
       _make(database,
             "INSERT INTO thread (address_key, is_group, group_chat_id, title, participant_count) "
             "VALUES (?1, ?2, ?3, ?4, ?5) RETURNING id"),
@@ -119,6 +124,36 @@ ThreadInfo Threads::find_or_make(const std::vector<std::string>& addresses, cons
   const bool found = _find_by_key.bind(1, *key).bind(2, is_group).step();
   const int id = found ? static_cast<int>(_find_by_key.integer(0)) : make(*key, addresses, chat);
   return {.id = id, .is_group = is_group, .address_key = *std::move(key)};
+}
+
+std::optional<ThreadInfo> Threads::find_group(std::string_view chat_id) {
+  const schema::ResetAtExit reset(_find_group);
+  if (!_find_group.bind(1, chat_id).step()) {
+    return std::nullopt;
+  }
+  return ThreadInfo{.id = static_cast<int>(_find_group.integer(0)),
+                    .is_group = true,
+                    .address_key = std::string(_find_group.text(1))};
+}
+
+bool Threads::change_group(const ThreadInfo& thread, const std::vector<std::string>& addresses,
+                           const std::string& title) {
+  const schema::ResetAtExit reset(_set_title);
+  bool is_changed = !title.empty() && _set_title.bind(1, thread.id).bind(2, title).step();
+  const std::optional<std::string> key = schema::address_key(addresses);
+  if (!key) {
+    throw Refusal(STATUS_INVALID_ARGUMENT);
+  }
+  if (*key != thread.address_key) {
+    const std::vector<std::string> members = distinct_addresses(addresses);
+    _drop_participants.bind(1, thread.id).run();
+    for (const std::string& address : members) {
+      add_participant(thread.id, address);
+    }
+    _set_participants.bind(1, thread.id).bind(2, *key).bind(3, static_cast<std::int64_t>(members.size())).run();
+    is_changed = true;
+  }
+  return is_changed;
 }
 
 int Threads::make_group(const std::vector<std::string>& addresses, const GroupChat& chat) {

@@ -6,6 +6,7 @@
 
 #include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "schema/sqlite.hpp"
@@ -44,6 +45,10 @@ class Threads {
   ThreadInfo find_or_make(const std::vector<std::string>& addresses);
   /// As `find_or_make`, for a group chat. Of several the oldest is found.
   ThreadInfo find_or_make_group(const std::vector<std::string>& addresses);
+  /// The group chat with this id of its own, whoever takes part in it by now.
+  std::optional<ThreadInfo> find_group(std::string_view chat_id);
+  /// Gives a group chat these participants and, unless it is empty, this title. Returns whether that changed anything.
+  bool change_group(const ThreadInfo& thread, const std::vector<std::string>& addresses, const std::string& title);
   int make_group(const std::vector<std::string>& addresses, const GroupChat& chat);
 
   void message_added(const Message& message);
@@ -81,7 +86,11 @@ class Threads {
 
   schema::Statement _find;
   schema::Statement _find_by_key;
+  schema::Statement _find_group;
   schema::Statement _participants;
+  schema::Statement _drop_participants;
+  schema::Statement _set_participants;
+  schema::Statement _set_title;
   schema::Statement _make;
   schema::Statement _add_participant;
   schema::Statement _count;

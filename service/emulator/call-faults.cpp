@@ -1,0 +1,142 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "call-faults.hpp"
+
+#include <unistd.h>
+
+#include <csignal>
+#include <memory>
+#include <utility>
+
+#include <msg-consumer-platform/logging.hpp>
+
+#include "remaining.hpp"
+
+namespace msg_consumer::service::emulator {
+namespace {
+
+/// An error of the bus library, released.
+class BusError {
+ public:
+  BusError() = default;
+  ~BusError() { sd_bus_error_free(&_error); }
+  BusError(const BusError&) = delete;
+  BusError& operator=(const BusError&) = delete;
+  sd_bus_error* get() { return &_error; }
+
+ private:
+  sd_bus_error _error = SD_BUS_ERROR_NULL;
+};
+
+void check_sent(int result) {
+  if (result < 0) {
+    LOG_ERROR(HERE, "[ERROR] cannot answer a call: (%d)", result);
+  }
+}
+
+[[noreturn]] void die() {
+  // Nothing is tidied up: that is what this is for.
+  static_cast<void>(kill(getpid(), SIGKILL));
+  for (;;) {
+    pause();
+  }
+}
+
+void answer_status(const Call& call, int status) {
+  check_sent(call.makes_message ? sd_bus_reply_method_return(call.message, "ii", 0, status)
+                                : sd_bus_reply_method_return(call.message, "i", status));
+}
+
+void answer_error(const Call& call, const CallFault::Error& error) {
+  BusError failure;
+  sd_bus_error_set(failure.get(), error.name.c_str(), error.message.c_str());
+  check_sent(sd_bus_reply_method_error(call.message, failure.get()));
+}
+
+void answer_nonsense(const Call& call, CallFault::Reply reply) {
+  check_sent(reply == CallFault::Reply::EMPTY ? sd_bus_reply_method_return(call.message, nullptr)
+                                              : sd_bus_reply_method_return(call.message, "s", "nonsense"));
+}
+
+template <typename... Handlers>
+struct Overloaded : Handlers... {
+  using Handlers::operator()...;
+};
+template <typename... Handlers>
+Overloaded(Handlers...) -> Overloaded<Handlers...>;
+
+}  // namespace
+
+int CallFaults::pass(const Call& call, sd_bus_error* /*error*/) {
+  const std::string method = sd_bus_message_get_member(call.message);
+  ++_seen[method];
+  if (const std::optional<CallFault> fault = take(method)) {
+    spoil(*fault, call);
+  } else {
+    run(call);
+  }
+  // Answered, or never to be.
+  return 1;
+}
+
+void CallFaults::spoil(const CallFault& fault, const Call& call) {
+  const auto answered = [&](auto&& answer, const auto& with) {
+    answer(call, with);
+    _answered(sd_bus_message_get_member(call.message));
+  };
+  std::visit(Overloaded{
+                 [&](const CallFault::Status& status) { answered(answer_status, status.status); },
+                 [&](const CallFault::Error& error) { answered(answer_error, error); },
+                 [&](CallFault::Reply reply) { answered(answer_nonsense, reply); },
+                 [&](const CallFault::Delay& delay) {
+                   const std::shared_ptr<sd_bus_message> kept(sd_bus_message_ref(call.message), sd_bus_message_unref);
+                   _timers.after(delay.time, [this, kept, call] { run(call); });
+                 },
+                 [](const CallFault::Never& /*never*/) {},
+                 [&](CallFault::Death death) {
+                   _death = death;
+                   run(call);
+                   // A call that was refused before anything was run.
+                   _death.reset();
+                 },
+             },
+             fault.effect);
+}
+
+void CallFaults::run(const Call& call) {
+  BusError failure;
+  const int result = call.run(call.message, failure.get());
+  if (result < 0) {
+    check_sent(sd_bus_reply_method_errno(call.message, result, failure.get()));
+  }
+  _answered(sd_bus_message_get_member(call.message));
+}
+
+void CallFaults::before_commit() noexcept {
+  if (_death == CallFault::Death::BEFORE_COMMIT) {
+    die();
+  }
+}
+
+void CallFaults::before_reply(sd_bus_message* /*call*/) noexcept {
+  // A command that had nothing to commit dies here either way.
+  if (_death) {
+    die();
+  }
+}
+
+std::optional<CallFault> CallFaults::take(const std::string& method) {
+  for (auto armed = _armed.begin(); armed != _armed.end(); ++armed) {
+    if (armed->fault.method == "*" || armed->fault.method == method) {
+      CallFault fault = armed->fault;
+      if (use_up(armed->left)) {
+        _armed.erase(armed);
+      }
+      return fault;
+    }
+  }
+  return std::nullopt;
+}
+
+Json CallFaults::armed() const { return with_remaining(_armed); }
+
+}  // namespace msg_consumer::service::emulator

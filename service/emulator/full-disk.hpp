@@ -1,0 +1,42 @@
+// SPDX-License-Identifier: Apache-2.0
+#ifndef MSG_CONSUMER_SERVICE_EMULATOR_FULL_DISK_HPP
+#define MSG_CONSUMER_SERVICE_EMULATOR_FULL_DISK_HPP
+
+#include <sqlite3.h>
+
+#include "step.hpp"
+
+namespace msg_consumer::service::emulator {
+
+/// Lets this process run out of room: SQLite finds its disk full, and so does whoever writes to a file with `write`.
+/// There is one for the process, as there is one disk.
+class FullDisk {
+ public:
+  static FullDisk& instance();
+
+  /// Puts itself between SQLite and its files: those that are opened from now on.
+  void install();
+  /// Counts the transactions of this connection that fail for want of room.
+  void watch(sqlite3* database);
+
+  void set(const DiskFull& state);
+  Json state() const;
+
+  /// Whether a file can be written. One that cannot counts as a time.
+  bool refuses_file();
+
+ private:
+  static int open(sqlite3_vfs* vfs, const char* name, sqlite3_file* file, int flags, int* result_flags);
+  static int write(sqlite3_file* file, const void* data, int size, sqlite3_int64 offset);
+  static void on_rollback(void* self);
+
+  void fail_once();
+
+  bool _is_full = false;
+  int _left = 0;
+  bool _has_refused = false;
+};
+
+}  // namespace msg_consumer::service::emulator
+
+#endif
