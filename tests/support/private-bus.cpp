@@ -10,7 +10,7 @@ namespace msg_consumer::test {
 namespace {
 
 // A session bus starts services itself, without the setuid helper and the fixed folders of a system bus.
-std::string configuration(const std::string& address, const std::string& services) {
+std::string configuration(const std::string& address, const std::string& services, std::string_view policy) {
   return R"(<!DOCTYPE busconfig PUBLIC "-//freedesktop//DTD D-Bus Bus Configuration 1.0//EN"
  "http://www.freedesktop.org/standards/dbus/1.0/busconfig.dtd">
 <busconfig>
@@ -20,11 +20,8 @@ std::string configuration(const std::string& address, const std::string& service
   <auth>EXTERNAL</auth>
   <servicedir>)" +
          services + R"(</servicedir>
-  <policy context="default">
-    <allow send_destination="*" eavesdrop="true"/>
-    <allow eavesdrop="true"/>
-    <allow own="*"/>
-  </policy>
+)" + std::string(policy) +
+         R"(
   <limit name="max_incoming_bytes">1000000000</limit>
   <limit name="max_outgoing_bytes">1000000000</limit>
   <limit name="max_message_size">134217728</limit>
@@ -34,23 +31,35 @@ std::string configuration(const std::string& address, const std::string& service
 )";
 }
 
+constexpr std::string_view EVERYTHING = R"(<policy context="default">
+    <allow send_destination="*" eavesdrop="true"/>
+    <allow eavesdrop="true"/>
+    <allow own="*"/>
+  </policy>)";
+
 }  // namespace
 
-PrivateBus::PrivateBus()
-    : _address("unix:path=" + _folder.file("bus")),
+PrivateBus::PrivateBus() : PrivateBus(EVERYTHING, {}) {}
+
+PrivateBus::PrivateBus(std::string_view policy, const Process::Environment& environment)
+    : _environment(environment),
+      _address("unix:path=" + _folder.file("bus")),
       _system_bus("DBUS_SYSTEM_BUS_ADDRESS", _address),
       _session_bus("DBUS_SESSION_BUS_ADDRESS", "unix:path=" + _folder.file("no-session-bus")) {
   std::filesystem::create_directory(_folder.path() / "services");
-  write_file(_folder.path() / "bus.conf", configuration(_address, _folder.file("services")));
+  write_file(_folder.path() / "bus.conf", configuration(_address, _folder.file("services"), policy));
+  // The policy decides who may connect, not the folder.
+  std::filesystem::permissions(_folder.path(), std::filesystem::perms(0755));
   start();
 }
 
 void PrivateBus::start() {
   // A killed daemon leaves its socket behind, and then refuses to listen there.
   std::filesystem::remove(_folder.path() / "bus");
-  _daemon = std::make_unique<Process>(std::vector<std::string>{"dbus-daemon", "--nofork", "--nosyslog", "--nopidfile",
-                                                               "--print-address=1",
-                                                               "--config-file=" + _folder.file("bus.conf")});
+  _daemon = std::make_unique<Process>(
+      std::vector<std::string>{"dbus-daemon", "--nofork", "--nosyslog", "--nopidfile", "--print-address=1",
+                               "--config-file=" + _folder.file("bus.conf")},
+      _environment);
   const auto printed_or_ended = [this] {
     return _daemon->standard_output().find('\n') != std::string::npos || !_daemon->running();
   };

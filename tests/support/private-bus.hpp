@@ -16,8 +16,13 @@ namespace msg_consumer::test {
 /// out of reach meanwhile.
 class PrivateBus {
  public:
-  /// Starts the bus.
+  /// Starts a bus on which everybody may do everything.
   PrivateBus();
+
+  /// Starts a bus that anybody reaches and that lets each user do what the elements `policy` say, with further
+  /// variables in its own environment.
+  PrivateBus(std::string_view policy, const Process::Environment& environment);
+
   PrivateBus(const PrivateBus&) = delete;
   PrivateBus& operator=(const PrivateBus&) = delete;
   PrivateBus(PrivateBus&&) = delete;
@@ -47,6 +52,7 @@ class PrivateBus {
   void end(int signal);
 
   TempDir _folder;
+  Process::Environment _environment;
   std::string _address;
   EnvironmentVariable _system_bus;
   EnvironmentVariable _session_bus;

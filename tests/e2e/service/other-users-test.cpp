@@ -42,10 +42,30 @@ class OtherUsers : public ServiceOnBus {
     });
   }
 
+  static bool become(uid_t user, gid_t group) {
+    return setgroups(0, nullptr) == 0 && setgid(group) == 0 && setuid(user) == 0;
+  }
+
+  /// What another user reads in the attachment of message 2.
+  std::string attachment_as(uid_t user, gid_t group) const {
+    Message message;
+    EXPECT_EQ(db::db_get_message(2, message), db::DB_OK);
+    const std::string file = message.contents.empty() ? "" : message.contents.back().str_g;
+    test::Process reader([&] {
+      if (!become(user, group)) {
+        return 100;
+      }
+      const std::string content = test::read_file(file);
+      return write(STDOUT_FILENO, content.data(), content.size()) < 0 ? 1 : 0;
+    });
+    EXPECT_EQ(reader.wait(), 0);
+    return reader.standard_output();
+  }
+
   /// What another user reads: the message's delivery, or a failed query's status.
   static int read_as(uid_t user, gid_t group) {
     test::Process reader([&] {
-      if (setgroups(0, nullptr) != 0 || setgid(group) != 0 || setuid(user) != 0) {
+      if (!become(user, group)) {
         return 100;
       }
       Message message;
@@ -72,6 +92,23 @@ TEST_F(OtherUsers, OfTheGroupReadAtAnyTime) {
   successor.signal(SIGTERM);
   ASSERT_EQ(successor.wait(), 0);
   EXPECT_EQ(read_as(SOMEBODY, READERS), DELIVERY_DELIVERED) << "after a clean end";
+}
+
+// A message's parts are in files of their own.
+TEST_F(OtherUsers, ReadAttachmentsAsTheyReadTheStore) {
+  test::Process service({SERVICE_PROGRAM});
+  ASSERT_TRUE(becomes_ready());
+  test::write_file(folder.file("photo.png"), "image");
+  test::Process sender([this] {
+    Client client(bus.address());
+    const std::string photo = folder.file("photo.png");
+    const Reply reply =
+        client.call("send_message", g_variant_new("(sisssi)", "mms", 0, "+4917", "look", photo.c_str(), 1));
+    return reply.integers() == std::vector<int>{2, 0} ? 0 : 1;
+  });
+  ASSERT_EQ(sender.wait(), 0);
+  EXPECT_EQ(attachment_as(SOMEBODY, READERS), "image");
+  EXPECT_EQ(attachment_as(SOMEBODY, OTHERS), "");
 }
 
 TEST_F(OtherUsers, OutsideTheGroupAreKeptOut) { EXPECT_EQ(read_as(SOMEBODY, OTHERS), 51); }
