@@ -14,6 +14,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <msg-consumer-platform/releaser.hpp>
+#include <new>
 #include <string>
 #include <string_view>
 #include <thread>
@@ -133,9 +134,9 @@ int load(const std::string& path, KeyFile& file) {
   return loaded ? PREFERENCE_OK : PREFERENCE_MALFORMED_FILE;
 }
 
-// Reads one value with `get`, GKeyFile's reader of its type.
+// Reads one value with `get`, GKeyFile's reader of its type. The callers may be C: no exception reaches them.
 template <auto get, typename T>
-int read_value(const char* key, Type type, T* value) {
+int read_value(const char* key, Type type, T* value) try {
   if (value == nullptr) {
     return PREFERENCE_INVALID_ARGUMENT;
   }
@@ -158,6 +159,8 @@ int read_value(const char* key, Type type, T* value) {
   }
   *value = static_cast<T>(absent ? preference->default_value : stored);
   return PREFERENCE_OK;
+} catch (const std::bad_alloc&) {
+  return PREFERENCE_OUT_OF_MEMORY;
 }
 
 // The creator's umask must not shut the rest of the group out; who did not create the file cannot change it.
@@ -227,7 +230,7 @@ int preference_get_boolean(const char* key, bool* value) {
   return read_value<g_key_file_get_boolean>(key, Type::Boolean, value);
 }
 
-int preference_set_int(const char* key, int value) {
+int preference_set_int(const char* key, int value) try {
   const Preference* preference = nullptr;
   int status = find_preference(key, Type::Integer, preference);
   if (status != PREFERENCE_OK) {
@@ -251,4 +254,6 @@ int preference_set_int(const char* key, int value) {
   }
   g_key_file_set_integer(file.get(), group, key, value);
   return save(path, file.get());
+} catch (const std::bad_alloc&) {
+  return PREFERENCE_OUT_OF_MEMORY;
 }

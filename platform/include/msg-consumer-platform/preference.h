@@ -34,7 +34,8 @@ enum {
   PREFERENCE_MALFORMED_FILE = -25,  /**< the file is no key file */
   PREFERENCE_NO_FOLDER = -26,       /**< the file's folder does not exist */
   PREFERENCE_NOT_WRITTEN = -27,     /**< the file cannot be locked or replaced */
-  PREFERENCE_BUSY = -28             /**< other writers have held the lock for two seconds */
+  PREFERENCE_BUSY = -28,            /**< other writers have held the lock for two seconds */
+  PREFERENCE_OUT_OF_MEMORY = -29    /**< out of memory */
 };
 
 /** Reads an integer preference; a number that does not fit into 32 bits has the wrong type. */
