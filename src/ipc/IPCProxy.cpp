@@ -166,6 +166,8 @@ int IPCProxy::_openConnection() {
     LOG_ERROR(HERE, "[ERROR] g_bus_get_sync() failed: (%s)", text_of(error));
     return RESULT_IPC_FAILED;
   }
+  // Before the first is made: whoever shares the connection keeps alive what nobody knows the id of.
+  _subscriptionIds.reserve(_subscriptionIds.size() + SIGNALS.size());
   for (const auto& signal : SIGNALS) {
     const unsigned int id = g_dbus_connection_signal_subscribe(connection.get(), SERVICE_BUS_NAME, SERVICE_INTERFACE,
                                                                signal.name, SERVICE_OBJECT_PATH, nullptr,
