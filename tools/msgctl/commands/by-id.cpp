@@ -1,10 +1,15 @@
 // SPDX-License-Identifier: Apache-2.0
+#include <unistd.h>
+
+#include <cstdint>
 #include <memory>
 #include <nlohmann/json.hpp>
+#include <optional>
 
 #include "msgctl/commands/commands.hpp"
 #include "msgctl/connection.hpp"
 #include "msgctl/json-text.hpp"
+#include "msgctl/progress.hpp"
 
 namespace msgctl {
 namespace {
@@ -19,13 +24,21 @@ Attempt attempt_of(const CommandById& command, int id) {
 // Calls `report_success` for each id that was dealt with; a failure with one id does not keep the others from it.
 template <typename ReportSuccess>
 void for_each(const CommandById& command, const std::vector<int>& ids, Context& context, ReportSuccess report_success) {
+  // On a terminal of its own the output tells how far it is.
+  std::optional<Progress> progress;
+  if (isatty(STDOUT_FILENO) == 0) progress.emplace(std::string(command.noun) + "s:");
+  const auto total = static_cast<std::int64_t>(ids.size());
+  std::int64_t done = 0;
   for (const int id : ids) {
     try {
       check_command(command.call(id), attempt_of(command, id));
       report_success(id);
     } catch (const Failure& failure) {
+      if (progress) progress->clear();
       context.report(failure);
     }
+    ++done;
+    if (progress) progress->show(done, done, total);
   }
 }
 
@@ -54,7 +67,8 @@ std::string kind_of(const CLI::App& app) {
 
 Action CommandById::operator()(CLI::App& app) const {
   auto ids = std::make_shared<std::vector<int>>();
-  app.add_option("ID", *ids, std::string("The ") + noun + "s")->required()
+  app.add_option("ID", *ids, std::string("The ") + noun + "s")
+      ->required()
       ->check(whole_number(1, std::string_view(noun) == "thread" ? "THREAD" : "MESSAGE"));
   return [command = *this, kind = kind_of(app), ids](Context& context) {
     const Connection connection;

@@ -23,6 +23,8 @@ Action configure_content_get(CLI::App& app);
 Action configure_content_send(CLI::App& app);
 Action configure_request_default_sms(CLI::App& app);
 Action configure_watch(CLI::App& app);
+Action configure_export(CLI::App& app);
+Action configure_import(CLI::App& app);
 
 // On behalf of the network message store.
 Action configure_nms_add(CLI::App& app);
