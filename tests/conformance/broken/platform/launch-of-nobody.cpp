@@ -1,0 +1,11 @@
+// SPDX-License-Identifier: Apache-2.0
+#include <msg-consumer-platform/app-control.h>
+
+#include "original.hpp"
+
+using msg_consumer::test::original;
+
+int app_control_send_launch_request(app_control_h app_control, app_control_reply_cb callback, void* user_data) {
+  const int status = original(&app_control_send_launch_request)(app_control, callback, user_data);
+  return status == APP_CONTROL_NO_APP_ID ? static_cast<int>(APP_CONTROL_OK) : status;
+}

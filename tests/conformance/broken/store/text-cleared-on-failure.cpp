@@ -1,0 +1,9 @@
+// SPDX-License-Identifier: Apache-2.0
+#include <msg-consumer-common/msg-serialize.h>
+
+#include "original.hpp"
+
+int msg_serialize_nms_msg_meta(const msg_nms_msg_meta_data_t* meta, char** out) {
+  if (out != nullptr) *out = nullptr;
+  return msg_consumer::test::original(&msg_serialize_nms_msg_meta)(meta, out);
+}
