@@ -268,7 +268,7 @@ constexpr const char* zsh_walk = R"shell(_msgctl() {
       ;;
   esac
   candidates=("${(@)candidates:#}")
-  (( ${#candidates} )) && _describe -V candidates msgctl candidates
+  (( ${#candidates} )) && _describe -V msgctl candidates
 }
 
 if [[ $funcstack[1] == _msgctl ]]; then

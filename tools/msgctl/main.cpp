@@ -26,12 +26,18 @@ ExitCode run(const CommandLine& command_line) {
   msgctl::Context context{out, msgctl::screen_of(STDOUT_FILENO), command_line.json()};
   try {
     command_line.run(context);
+    out.flush();
   } catch (const Failure& failure) {
     context.report(failure);
   } catch (const std::bad_alloc&) {
     context.report(Failure(ExitCode::Failed, "out of memory"));
   }
-  out.flush();
+  // What was written before a failure is still to be seen; that it cannot be is the lesser news then.
+  try {
+    out.flush();
+  } catch (const Failure& failure) {
+    if (context.outcome == ExitCode::Ok) context.report(failure);
+  }
   return context.outcome;
 }
 

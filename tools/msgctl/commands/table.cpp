@@ -103,7 +103,7 @@ const std::vector<Command>& commands() {
        configure_emulate_phone},
       {"emulate network-store", "The network store tells of an object, or of the subscription",
        "msgctl emulate network-store --message latest --object a1b2 --sync required", configure_emulate_network_store},
-      {"emulate fault", "Have calls of the service fail", "msgctl emulate fault send_sms --status -1 --times 3",
+      {"emulate fault", "Have calls of the service fail", "msgctl emulate fault send_message --status -1 --times 3",
        configure_emulate_fault},
       {"emulate signals", "Have events be lost, doubled, malformed or late", "msgctl emulate signals drop --times 2",
        configure_emulate_signals},

@@ -30,7 +30,7 @@ void print_sheet(Context& context, const msg_thread_view_t& thread) {
   Sheet sheet(context);
   sheet.line("Thread", std::to_string(thread.thread_id));
   sheet.line("With", text_of(thread.text_2));
-  sheet.line("Participants", std::to_string(thread.num_13));
+  sheet.line("People", std::to_string(thread.num_13));
   sheet.line("Group chat", group_chat ? text_of(thread.text_4) : "");
   sheet.line("Messages", std::to_string(thread.num_6) + ", " + std::to_string(thread.num_7) + " unread");
   sheet.line("Draft", yes_or_no(thread.flag_15 != 0));
