@@ -25,6 +25,7 @@ using testing::HasSubstr;
 using testing::Not;
 
 constexpr gid_t READERS = 54330;
+constexpr int CANNOT_CONFINE = 77;
 constexpr const char* DENIED = "org.freedesktop.DBus.Error.AccessDenied";
 constexpr const char* DELAY = "consumer_preference_int_delay_noti_event";
 
@@ -106,7 +107,7 @@ std::string text_of(const Reply& reply) {
   return text.get();
 }
 
-class PackagedService : public testing::TestWithParam<User> {
+class InstalledService : public testing::Test {
  protected:
   void SetUp() override {
     if (geteuid() != 0) {
@@ -186,20 +187,23 @@ class PackagedService : public testing::TestWithParam<User> {
     return std::make_unique<test::Process>(all, test::Process::Environment{{"LD_LIBRARY_PATH", root.file("bin")}});
   }
 
-  void start_service() {
-    service = start_as(SERVICE, {SERVICE_PROGRAM});
-    ASSERT_TRUE(test::wait_until([] {
-      int value = 0;
-      return preference_get_int("consumer_preference_int_consumer_status", &value) == 0 && value == 1;
-    })) << service->standard_error();
+  static bool is_ready() {
+    int value = 0;
+    return preference_get_int("consumer_preference_int_consumer_status", &value) == 0 && value == 1;
   }
 
-  /// Has a member send a picture, and returns the place where the store keeps it.
-  std::string sent_picture() {
+  void start_service() {
+    service = start_as(SERVICE, {SERVICE_PROGRAM});
+    ASSERT_TRUE(test::wait_until(is_ready)) << service->standard_error();
+  }
+
+  /// Has a member send a picture, which becomes message `id`, and returns the place where the store keeps it.
+  std::string sent_picture(int id = 1) {
     hand_over("picture.png");
-    EXPECT_EQ(as(MEMBER, [&] { return text_of(send_picture(exchange + "/picture.png")); }), "(1, 0)");
+    EXPECT_EQ(as(MEMBER, [&] { return text_of(send_picture(exchange + "/picture.png")); }),
+              "(" + std::to_string(id) + ", 0)");
     Message message;
-    EXPECT_EQ(db::db_get_message(1, message), db::DB_OK);
+    EXPECT_EQ(db::db_get_message(id, message), db::DB_OK);
     for (const Content& part : message.contents) {
       if (!part.str_g.empty()) {
         return part.str_g;
@@ -217,9 +221,9 @@ class PackagedService : public testing::TestWithParam<User> {
     Client client(bus->address());
     return client.call("send_message", g_variant_new("(sisssi)", "mms", 0, "+4917", "look", path.c_str(), 1));
   }
-  Reply fetch_picture(const std::string& path) const {
+  Reply fetch_picture(const std::string& path, int id = 1) const {
     Client client(bus->address());
-    return client.call("get_content_file", g_variant_new("(is)", 1, path.c_str()));
+    return client.call("get_content_file", g_variant_new("(is)", id, path.c_str()));
   }
 
   test::TempDir root;
@@ -233,6 +237,8 @@ class PackagedService : public testing::TestWithParam<User> {
   std::optional<test::PrivateBus> bus;
   std::unique_ptr<test::Process> service;
 };
+
+class PackagedService : public InstalledService, public testing::WithParamInterface<User> {};
 
 TEST_P(PackagedService, gives_its_name_to_its_own_user_alone) {
   const std::string owned = as(GetParam(), [&] {
@@ -383,6 +389,62 @@ TEST_P(PackagedService, serves_the_tool_of_readers_alone) {
       EXPECT_THAT(tool->standard_output(), Not(HasSubstr("look")));
     }
   }
+}
+
+/// The same, with no more rights than its unit leaves it.
+class ConfinedService : public InstalledService {
+ protected:
+  void start_confined() {
+    for (const char* library : {COMMON_LIBRARY, PLATFORM_LIBRARY}) {
+      reachable(library);
+    }
+    service = std::make_unique<test::Process>(
+        std::vector<std::string>{RUN_CONFINED, SERVICE_UNIT, std::to_string(SERVICE.id), std::to_string(SERVICE.group),
+                                 messages, exchange, root.file("var/lib/msg-consumer-preferences"), "--",
+                                 reachable(SERVICE_PROGRAM)},
+        test::Process::Environment{{"LD_LIBRARY_PATH", root.file("bin")}});
+    test::wait_until([this] { return is_ready() || !service->running(); });
+  }
+};
+
+TEST_F(ConfinedService, does_all_its_work) {
+  if (SANITIZED) {
+    GTEST_SKIP() << "a sanitizer needs rights of its own";
+  }
+  for (const int turn : {1, 2}) {
+    SCOPED_TRACE(turn);
+    start_confined();
+    if (service->wait(std::chrono::milliseconds(0)) == CANNOT_CONFINE) {
+      GTEST_SKIP() << service->standard_error();
+    }
+    ASSERT_TRUE(is_ready()) << service->standard_error();
+    EXPECT_NE(sent_picture(turn), "");
+    const std::string copy = exchange + "/copy-" + std::to_string(turn);
+    EXPECT_EQ(as(MEMBER, [&] { return text_of(fetch_picture(copy, turn)); }), "(0,)");
+    EXPECT_EQ(as(MEMBER,
+                 [&] {
+                   Client client(bus->address());
+                   return text_of(client.call("delete_thread", g_variant_new("(i)", turn)));
+                 }),
+              "(0,)");
+    EXPECT_FALSE(fs::exists(messages + "/files/" + std::to_string(turn)));
+    service->signal(SIGTERM);
+    EXPECT_EQ(service->wait(), 0);
+    EXPECT_EQ(service->standard_error(), "");
+  }
+}
+
+TEST_F(ConfinedService, reaches_nothing_else) {
+  if (SANITIZED) {
+    GTEST_SKIP() << "a sanitizer needs rights of its own";
+  }
+  test::EnvironmentVariable outside("MSG_CONSUMER_FILES", root.file("elsewhere"));
+  start_confined();
+  ASSERT_NE(service->wait(), 0);
+  if (service->wait() == CANNOT_CONFINE) {
+    GTEST_SKIP() << service->standard_error();
+  }
+  EXPECT_THAT(service->standard_error(), HasSubstr("Read-only file system"));
 }
 
 INSTANTIATE_TEST_SUITE_P(For, PackagedService, testing::Values(SERVICE, MEMBER, OUTSIDER, ROOT),
