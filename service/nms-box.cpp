@@ -67,7 +67,6 @@ NmsBox::NmsBox(sqlite3* database)
       _show_first(database,
                   "UPDATE message SET nms_meta_id = (SELECT MIN(id) FROM nms_meta WHERE message_id = ?1) "
                   "WHERE id = ?1"),
-      _show_none(database, "UPDATE message SET nms_meta_id = NULL WHERE id IN (SELECT message_id FROM nms_meta)"),
       _subscribe(database,
                  "INSERT INTO nms_subscription (id, noti_index, restart_token) VALUES (1, ?1, ?2) "
                  "ON CONFLICT (id) DO UPDATE SET (noti_index, restart_token) = (?1, ?2) "
@@ -127,7 +126,6 @@ std::optional<std::set<int>> NmsBox::remove_invalid() { return touched_messages(
 
 std::optional<std::set<int>> NmsBox::reset() {
   const bool subscribed = touches_a_row(_unsubscribe);
-  _show_none.run();
   std::optional<std::set<int>> ids = touched_messages(_remove_all);
   return subscribed && !ids ? std::set<int>() : std::move(ids);
 }

@@ -62,7 +62,6 @@ class NmsBox {
   schema::Statement _remove_invalid;
   schema::Statement _remove_all;
   schema::Statement _show_first;
-  schema::Statement _show_none;
   schema::Statement _subscribe;
   schema::Statement _unsubscribe;
 };

@@ -150,8 +150,13 @@ TEST_F(MetaCommands, AnIdThatIsLeftOutFindsTheFirstRecord) {
   ASSERT_EQ(update(0, "object", meta_with(0, "", "changed")).status, STATUS_OK);
   EXPECT_EQ(read(one, "object").metaStr2, "changed");
   EXPECT_EQ(read(two, "object").metaStr2, "second");
+  add(meta_with(two, "another", "third"));
   ASSERT_EQ(update(two, "", meta_with(0, "", "changed too")).status, STATUS_OK);
   EXPECT_EQ(read(two, "object").metaStr2, "changed too");
+  EXPECT_EQ(read(two, "another").metaStr2, "third");
+  ASSERT_EQ(commands.nms_delete_msg_meta(two, "").status, STATUS_OK);
+  EXPECT_FALSE(exists(two, "object"));
+  EXPECT_TRUE(exists(two, "another"));
 }
 
 TEST_F(MetaCommands, ListsOfWhatIsToBeDoneShrinkAsItIsDone) {
