@@ -211,7 +211,8 @@ std::vector<std::string_view> BusInterface::methods() {
 
 int BusInterface::on_viewer_left(sd_bus_track* /*track*/, void* self) noexcept {
   static_cast<BusInterface*>(self)->_commands.set_active_thread_id(0);
-  return 0;
+  // With 0 the bus library would call again and again.
+  return 1;
 }
 
 void BusInterface::watch_viewer(sd_bus_message* call) noexcept {
