@@ -4,6 +4,7 @@
 #include <msg-consumer-platform/logging.hpp>
 
 #include "database-file.hpp"
+#include "schema/schema.hpp"
 
 namespace msg_consumer::service {
 
@@ -60,6 +61,19 @@ void StoreWriter::shorten_log() noexcept {
   } else {
     // One long reader must not delay every command.
     _next_attempt = _log_pages + CHECKPOINT_PAGES;
+  }
+}
+
+// A commit that failed at the very end is whole in the log, where the recovery after a sudden death would find it, long
+// after its files were removed and its caller was told that it failed. Something harmless is written over it.
+void StoreWriter::bury_failed_commit() noexcept {
+  try {
+    schema::Transaction transaction(_database.get());
+    // Unlike a row that stays as it is, this is always written.
+    schema::execute(_database.get(), ("PRAGMA user_version = " + std::to_string(schema::SCHEMA_VERSION)).c_str());
+    transaction.commit();
+  } catch (const std::exception& error) {
+    LOG_ERROR(HERE, "[ERROR] a failed change may come back after a crash: %s", error.what());
   }
 }
 

@@ -39,26 +39,46 @@ class StoreWriter {
   /// Runs `work` in a transaction: committed when this returns, undone when it throws.
   template <typename Work>
   void transact(Work&& work) {
-    schema::Transaction transaction(_database.get());
-    work();
-    transaction.commit();
+    commit_if([&] {
+      work();
+      return true;
+    });
   }
 
   /// Runs `work` in a transaction and numbers the `std::optional<Change>` that it returns: committed when this returns,
   /// undone when it throws or there is no change.
   template <typename Work>
   std::optional<Announcement> commit(Work&& work) {
-    schema::Transaction transaction(_database.get());
-    const std::optional<Change> change = work();
-    if (!change) {
-      return std::nullopt;
-    }
-    std::optional<Announcement> announcement = _change_log.append(*change);
-    transaction.commit();
+    std::optional<Announcement> announcement;
+    commit_if([&] {
+      if (const std::optional<Change> change = work()) {
+        announcement = _change_log.append(*change);
+      }
+      return announcement.has_value();
+    });
     return announcement;
   }
 
  private:
+  /// Runs `work` in a transaction that is committed when it returns true.
+  template <typename Work>
+  void commit_if(Work&& work) {
+    bool is_committing = false;
+    try {
+      schema::Transaction transaction(_database.get());
+      if (work()) {
+        is_committing = true;
+        transaction.commit();
+      }
+    } catch (...) {
+      if (is_committing) {
+        bury_failed_commit();
+      }
+      throw;
+    }
+  }
+
+  void bury_failed_commit() noexcept;
   static int on_commit(void* writer, sqlite3* database, const char* name, int pages);
 
   schema::Database _database;
