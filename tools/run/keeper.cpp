@@ -12,6 +12,7 @@
 #include <array>
 #include <csignal>
 #include <cstdio>
+#include <filesystem>
 #include <fstream>
 #include <iterator>
 #include <utility>
@@ -37,8 +38,9 @@ struct Ended {
   int status;
 };
 
-std::string content_of(const std::string& path) {
+std::string content_of(const std::string& path, std::streamoff begin) {
   std::ifstream file(path, std::ios::binary);
+  file.seekg(begin);
   return {std::istreambuf_iterator<char>(file), {}};
 }
 
@@ -108,11 +110,13 @@ void Keeper::start_bus() {
   };
   const bool in_time = serve_until([&] { return listens() || has_ended(_bus); });
   if (!in_time || has_ended(_bus)) {
-    throw Failure("the private message bus does not start:\n" + content_of(_bed.log()));
+    throw Failure("the private message bus does not start:\n" + content_of(_bed.log(), 0));
   }
 }
 
 void Keeper::start_emulator() {
+  // The bus has remarks of its own, which would only hide the cause.
+  _emulator_log_begin = static_cast<std::streamoff>(std::filesystem::file_size(_bed.log()));
   std::vector<std::string> command{_emulator_program};
   if (!_options.scenario.empty()) command.insert(command.end(), {"--scenario", _options.scenario});
   _emulator = start_helper(-1, [&command] { return become(command); });
@@ -121,13 +125,13 @@ void Keeper::start_emulator() {
 void Keeper::wait_for_emulator() {
   const pid_t waiter = start_helper(-1, [this] { return wait_for_service(bus_address(_bed.socket())); });
   const bool in_time = serve_until([&] { return has_ended(waiter) || has_ended(_emulator) || has_ended(_bus); });
-  if (!in_time) throw Failure("the emulator does not become ready:\n" + content_of(_bed.log()));
+  if (!in_time) throw Failure("the emulator does not become ready:\n" + content_of(_bed.log(), _emulator_log_begin));
   if (has_ended(_bus)) throw Failure("the message bus ended while the emulator started");
   // One that is there may have been killed since, by its scenario.
   const bool was_there = has_ended(waiter) && _ended.at(waiter) == 0;
   if (was_there) return;
   const std::string how = has_ended(_emulator) ? " (" + words_of_end(_ended.at(_emulator)) + ")" : "";
-  throw Failure("the emulator does not start" + how + ":\n" + content_of(_bed.log()));
+  throw Failure("the emulator does not start" + how + ":\n" + content_of(_bed.log(), _emulator_log_begin));
 }
 
 int Keeper::run_command() {

@@ -6,6 +6,7 @@
 
 #include <chrono>
 #include <functional>
+#include <ios>
 #include <map>
 #include <optional>
 #include <string>
@@ -60,6 +61,7 @@ class Keeper {
   pid_t _bus = 0;
   pid_t _emulator = 0;
   pid_t _command = 0;
+  std::streamoff _emulator_log_begin = 0;
   std::map<pid_t, int> _ended;  ///< children that have ended, and how
   std::optional<Clock::time_point> _deadline;
   int _asked_to_end = 0;  ///< the signal that did

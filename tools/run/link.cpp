@@ -21,7 +21,8 @@ std::optional<Note> Link::receive() const noexcept {
   ssize_t size = 0;
   do {
     size = recv(_socket.get(), &note, sizeof note, 0);
-  } while (size < 0 && errno == EINTR);
+    // When the other side goes with a note unread, that is said before its own last one.
+  } while (size < 0 && (errno == EINTR || errno == ECONNRESET));
   return size == sizeof note ? std::optional(note) : std::nullopt;
 }
 

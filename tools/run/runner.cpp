@@ -5,6 +5,7 @@
 #include <poll.h>
 #include <sys/prctl.h>
 #include <sys/signalfd.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 #include <array>
@@ -113,21 +114,24 @@ int run(const Options& options, int argc, char** argv) {
   // A shell that became this process may have children of its own.
   const std::set<pid_t> foreign = descendants();
   static_cast<void>(prctl(PR_SET_CHILD_SUBREAPER, 1));
-  auto [runner_end, keeper_end] = make_link();
-  spawn([&, &own = runner_end, &other = keeper_end] {
+  auto [own_link, keeper_link] = make_link();
+  const pid_t keeper = spawn([&, &own = own_link, &other = keeper_link] {
     own.close();
     set_title(argc, argv, "test-bed-keeper");
     keep(options, bed, inherited, signals, std::move(other));
     return EXIT_SUCCESS;
   });
-  keeper_end.close();
+  keeper_link.close();
   static_cast<void>(std::signal(SIGPIPE, SIG_IGN));
 
-  const std::optional<int> status = wait_for(runner_end, watch(signals));
+  const std::optional<int> status = wait_for(own_link, watch(signals));
+  // Its last steps are few.
+  int keeper_end = 0;
+  static_cast<void>(waitpid(keeper, &keeper_end, 0));
   if (!status) {
     end_descendants(foreign, leftover_patience);
     bed.remove(options.keep);
-    say("the process that keeps the test bed was killed, so everything was ended");
+    say("the process that keeps the test bed ended early (" + words_of_end(keeper_end) + "), and so must the command");
   }
   terminal.take_back();
   return status.value_or(EXIT_OWN_FAILURE);
