@@ -1,0 +1,9 @@
+#!/bin/bash
+# SPDX-License-Identifier: Apache-2.0
+# The service dies before the answer is stored: it is sent after all.
+# shellcheck source=examples/autoreply/tests/common.sh
+source "$(dirname "$0")/common.sh"
+
+start_application
+eventually application_said "no word about the answer to message 1: result -4"
+expect_answers 1
