@@ -3,12 +3,17 @@
 
 #include <unistd.h>
 
+#include <algorithm>
 #include <csignal>
 #include <memory>
+#include <string_view>
+#include <system_error>
 #include <utility>
 
 #include <msg-consumer-platform/logging.hpp>
 
+#include "bus-interface.hpp"
+#include "bus-names.hpp"
 #include "remaining.hpp"
 
 namespace msg_consumer::service::emulator {
@@ -52,9 +57,14 @@ void answer_error(const Call& call, const CallFault::Error& error) {
   check_sent(sd_bus_reply_method_error(call.message, failure.get()));
 }
 
-void answer_nonsense(const Call& call, CallFault::Reply reply) {
-  check_sent(reply == CallFault::Reply::EMPTY ? sd_bus_reply_method_return(call.message, nullptr)
-                                              : sd_bus_reply_method_return(call.message, "s", "nonsense"));
+void answer_nonsense(sd_bus_message* call, CallFault::Reply reply) {
+  check_sent(reply == CallFault::Reply::EMPTY ? sd_bus_reply_method_return(call, nullptr)
+                                              : sd_bus_reply_method_return(call, "s", "nonsense"));
+}
+
+bool is_method(std::string_view name) {
+  const std::vector<std::string_view> known = BusInterface::methods();
+  return std::find(known.begin(), known.end(), name) != known.end();
 }
 
 template <typename... Handlers>
@@ -65,6 +75,39 @@ template <typename... Handlers>
 Overloaded(Handlers...) -> Overloaded<Handlers...>;
 
 }  // namespace
+
+void CallFaults::watch(sd_bus* bus) {
+  _filter.reset();
+  if (bus == nullptr) {
+    return;
+  }
+  sd_bus_slot* slot = nullptr;
+  const int result = sd_bus_add_filter(bus, &slot, on_message, this);
+  if (result < 0) {
+    throw std::system_error(-result, std::generic_category(), "cannot look at the bus's messages");
+  }
+  _filter.reset(slot);
+}
+
+int CallFaults::on_message(sd_bus_message* message, void* self, sd_bus_error* /*error*/) noexcept try {
+  const bool is_call = sd_bus_message_is_method_call(message, INTERFACE_NAME, nullptr) > 0;
+  return is_call && static_cast<CallFaults*>(self)->answer_with_nonsense(message) ? 1 : 0;
+} catch (const std::exception& error) {
+  LOG_ERROR(HERE, "[ERROR] cannot look at a call: %s", error.what());
+  return 0;
+}
+
+bool CallFaults::answer_with_nonsense(sd_bus_message* message) {
+  const std::string method = sd_bus_message_get_member(message);
+  const auto armed = find(method);
+  if (armed == _armed.end() || !std::holds_alternative<CallFault::Reply>(armed->fault.effect) || !is_method(method)) {
+    return false;
+  }
+  ++_seen[method];
+  answer_nonsense(message, std::get<CallFault::Reply>(take(method)->effect));
+  _answered(method);
+  return true;
+}
 
 int CallFaults::pass(const Call& call, sd_bus_error* /*error*/) {
   const std::string method = sd_bus_message_get_member(call.message);
@@ -86,7 +129,8 @@ void CallFaults::spoil(const CallFault& fault, const Call& call) {
   std::visit(Overloaded{
                  [&](const CallFault::Status& status) { answered(answer_status, status.status); },
                  [&](const CallFault::Error& error) { answered(answer_error, error); },
-                 [&](CallFault::Reply reply) { answered(answer_nonsense, reply); },
+                 // Answered before it came here.
+                 [](CallFault::Reply /*reply*/) {},
                  [&](const CallFault::Delay& delay) {
                    const std::shared_ptr<sd_bus_message> kept(sd_bus_message_ref(call.message), sd_bus_message_unref);
                    _timers.after(delay.time, [this, kept, call] { run(call); });
@@ -125,16 +169,20 @@ void CallFaults::before_reply(sd_bus_message* /*call*/) noexcept {
 }
 
 std::optional<CallFault> CallFaults::take(const std::string& method) {
-  for (auto armed = _armed.begin(); armed != _armed.end(); ++armed) {
-    if (armed->fault.method == "*" || armed->fault.method == method) {
-      CallFault fault = armed->fault;
-      if (use_up(armed->left)) {
-        _armed.erase(armed);
-      }
-      return fault;
-    }
+  const auto armed = find(method);
+  if (armed == _armed.end()) {
+    return std::nullopt;
   }
-  return std::nullopt;
+  CallFault fault = armed->fault;
+  if (use_up(armed->left)) {
+    _armed.erase(armed);
+  }
+  return fault;
+}
+
+CallFaults::Faults::iterator CallFaults::find(const std::string& method) {
+  return std::find_if(_armed.begin(), _armed.end(),
+                      [&](const Armed& armed) { return armed.fault.method == "*" || armed.fault.method == method; });
 }
 
 Json CallFaults::armed() const { return with_remaining(_armed); }

@@ -8,6 +8,8 @@
 #include <optional>
 #include <string>
 
+#include <msg-consumer-platform/releaser.hpp>
+
 #include "call-gate.hpp"
 #include "step.hpp"
 #include "timers.hpp"
@@ -21,6 +23,9 @@ class CallFaults final : public CallGate {
   using Answered = std::function<void(const std::string& method)>;
 
   CallFaults(Timers& timers, Answered answered) : _timers(timers), _answered(std::move(answered)) {}
+
+  /// Looks at messages before the service's object does, which lets no answer of another type out. Null: no more.
+  void watch(sd_bus* bus);
 
   int pass(const Call& call, sd_bus_error* error) override;
   void before_reply(sd_bus_message* call) noexcept override;
@@ -43,15 +48,21 @@ class CallFaults final : public CallGate {
     Json source;
   };
 
+  using Faults = std::list<Armed>;
+
+  static int on_message(sd_bus_message* message, void* self, sd_bus_error* error) noexcept;
+  bool answer_with_nonsense(sd_bus_message* message);
+  Faults::iterator find(const std::string& method);
   std::optional<CallFault> take(const std::string& method);
   void spoil(const CallFault& fault, const Call& call);
   void run(const Call& call);
 
   Timers& _timers;
   Answered _answered;
-  std::list<Armed> _armed;
+  Faults _armed;
   std::map<std::string, int> _seen;
   std::optional<CallFault::Death> _death;
+  Owned<sd_bus_slot, sd_bus_slot_unref> _filter;
 };
 
 }  // namespace msg_consumer::service::emulator

@@ -3,6 +3,7 @@
 
 #include <cstdlib>
 #include <stdexcept>
+#include <system_error>
 #include <utility>
 
 #include <msg-consumer-platform/logging.hpp>
@@ -15,6 +16,11 @@ namespace msg_consumer::service::emulator {
 namespace {
 
 constexpr std::int64_t SHOWN_REQUESTS = 1000;
+
+int on_turn(sd_event_source* /*source*/, void* /*data*/) {
+  FullDisk::instance().turn_ends();
+  return 0;
+}
 
 int before_commit(void* calls) {
   static_cast<CallFaults*>(calls)->before_commit();
@@ -42,7 +48,8 @@ void Emulator::before_start(const Parts& parts) {
   _network.use(parts.files);
   _arrivals.emplace(parts, _network);
   sqlite3_commit_hook(parts.store.database(), before_commit, &_calls);
-  FullDisk::instance().watch(parts.store.database());
+  watch_turns(parts.loop);
+  _calls.watch(parts.bus);
   _interface.emplace(parts.bus, static_cast<StepPerformer&>(*this));
   int number = 0;
   for (const Step& step : _scenario) {
@@ -55,8 +62,21 @@ void Emulator::before_start(const Parts& parts) {
   }
 }
 
+void Emulator::watch_turns(sd_event* loop) {
+  sd_event_source* source = nullptr;
+  const int result = sd_event_add_post(loop, &source, on_turn, nullptr);
+  if (result < 0) {
+    throw std::system_error(-result, std::generic_category(), "cannot watch the loop");
+  }
+  _turns.reset(source);
+  // Before whatever comes next.
+  sd_event_source_set_priority(source, SD_EVENT_PRIORITY_IMPORTANT);
+}
+
 void Emulator::after_end() noexcept {
+  _turns.reset();
   _interface.reset();
+  _calls.watch(nullptr);
   _timers.forget();
   _lock.release();
 }

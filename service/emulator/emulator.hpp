@@ -55,6 +55,7 @@ class Emulator final : public Surroundings, private StepPerformer {
   Json run(const DiskFull& disk, const Json& source);
   Json run(const Clear& clear, const Json& source);
 
+  void watch_turns(sd_event* loop);
   void hold(const Step& step);
   void perform_held(const Step& step) noexcept;
   void on_answered(const std::string& method) noexcept;
@@ -73,6 +74,7 @@ class Emulator final : public Surroundings, private StepPerformer {
   std::optional<Arrivals> _arrivals;
   std::list<Held> _held;
   std::optional<EmulatorInterface> _interface;
+  Owned<sd_event_source, sd_event_source_disable_unref> _turns;
 };
 
 }  // namespace msg_consumer::service::emulator

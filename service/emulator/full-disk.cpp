@@ -67,36 +67,22 @@ int FullDisk::open(sqlite3_vfs* /*vfs*/, const char* name, sqlite3_file* file, i
 }
 
 int FullDisk::write(sqlite3_file* file, const void* data, int size, sqlite3_int64 offset) {
-  FullDisk& disk = instance();
-  if (disk._is_full) {
-    disk._has_refused = true;
+  if (instance().refuses()) {
     return SQLITE_FULL;
   }
   return static_cast<const Methods*>(file->pMethods)->real->xWrite(file, data, size, offset);
 }
 
-void FullDisk::watch(sqlite3* database) { sqlite3_rollback_hook(database, on_rollback, this); }
-
-void FullDisk::on_rollback(void* self) {
-  auto& disk = *static_cast<FullDisk*>(self);
-  if (disk._has_refused) {
-    disk.fail_once();
-  }
+bool FullDisk::refuses() {
+  _has_refused = _has_refused || _is_full;
+  return _is_full;
 }
 
-void FullDisk::fail_once() {
-  _has_refused = false;
-  if (use_up(_left)) {
+void FullDisk::turn_ends() {
+  if (_has_refused && use_up(_left)) {
     _is_full = false;
   }
-}
-
-bool FullDisk::refuses_file() {
-  if (!_is_full) {
-    return false;
-  }
-  fail_once();
-  return true;
+  _has_refused = false;
 }
 
 void FullDisk::set(const DiskFull& state) {
@@ -117,7 +103,7 @@ ssize_t __wrap_write(int file, const void* data, size_t size);  // NOLINT(bugpro
 ssize_t __wrap_write(int file, const void* data, size_t size) {  // NOLINT(bugprone-reserved-identifier)
   struct stat status {};
   const bool is_on_disk = fstat(file, &status) == 0 && S_ISREG(status.st_mode);
-  if (is_on_disk && msg_consumer::service::emulator::FullDisk::instance().refuses_file()) {
+  if (is_on_disk && msg_consumer::service::emulator::FullDisk::instance().refuses()) {
     errno = ENOSPC;
     return -1;
   }

@@ -16,21 +16,19 @@ class FullDisk {
 
   /// Puts itself between SQLite and its files: those that are opened from now on.
   void install();
-  /// Counts the transactions of this connection that fail for want of room.
-  void watch(sqlite3* database);
+  /// The event loop has done one thing. All that failed of it for want of room counts as one time: a change may be
+  /// written in several attempts.
+  void turn_ends();
 
   void set(const DiskFull& state);
   Json state() const;
 
-  /// Whether a file can be written. One that cannot counts as a time.
-  bool refuses_file();
+  /// Whether something cannot be written now.
+  bool refuses();
 
  private:
   static int open(sqlite3_vfs* vfs, const char* name, sqlite3_file* file, int flags, int* result_flags);
   static int write(sqlite3_file* file, const void* data, int size, sqlite3_int64 offset);
-  static void on_rollback(void* self);
-
-  void fail_once();
 
   bool _is_full = false;
   int _left = 0;
