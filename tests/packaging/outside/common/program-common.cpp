@@ -8,5 +8,6 @@
 int main() {
   std::vector<msg_consumer::Thread> threads;
   const msg_thread_view_t view{};
-  std::cout << "common threads " << msg_consumer::db::db_get_threads(threads) << ' ' << (view.text_2 == nullptr) << '\n';
+  std::cout << "common threads " << msg_consumer::db::db_get_threads(threads) << ' ' << (view.text_2 == nullptr)
+            << '\n';
 }
