@@ -25,6 +25,12 @@ struct Difference {
   Json seen;
 };
 
+std::string element_of(const std::string& place, std::size_t index) {
+  return place + "[" + std::to_string(index) + "]";
+}
+
+std::string member_of(const std::string& place, const std::string& name) { return place + "." + name; }
+
 // An object that differs in one member of many is easier to read as that member.
 void find_differences(const std::string& place, const Json& expected, const Json& seen,
                       std::vector<Difference>& found) {
@@ -32,11 +38,11 @@ void find_differences(const std::string& place, const Json& expected, const Json
   const bool both_lists = expected.is_array() && seen.is_array() && expected.size() == seen.size();
   if (both_lists && !expected.empty() && expected.front().is_structured()) {
     for (std::size_t i = 0; i < expected.size(); ++i) {
-      find_differences(place + "[" + std::to_string(i) + "]", expected[i], seen[i], found);
+      find_differences(element_of(place, i), expected[i], seen[i], found);
     }
   } else if (expected.is_object() && seen.is_object()) {
     for (const auto& [name, value] : expected.items()) {
-      find_differences(place + "." + name, value, seen.value(name, Json()), found);
+      find_differences(member_of(place, name), value, seen.value(name, Json()), found);
     }
   } else {
     found.push_back({place, expected, seen});

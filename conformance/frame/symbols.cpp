@@ -7,25 +7,18 @@
 
 #include <cstdlib>
 #include <filesystem>
-#include <memory>
+#include <msg-consumer-platform/releaser.hpp>
 
 namespace msg_consumer::conformance {
 namespace {
 
-struct CloseLibrary {
-  void operator()(void* handle) const { dlclose(handle); }
-};
-using Handle = std::unique_ptr<void, CloseLibrary>;
-
-struct FreeText {
-  void operator()(char* text) const { std::free(text); }
-};
+using Handle = Owned<void, dlclose>;
 
 Handle loaded(const std::string& soname) { return Handle(dlopen(soname.c_str(), RTLD_LAZY | RTLD_NOLOAD)); }
 
 std::string readable(const char* symbol) {
   int status = 0;
-  const std::unique_ptr<char, FreeText> name(abi::__cxa_demangle(symbol, nullptr, nullptr, &status));
+  const Owned<char, std::free> name(abi::__cxa_demangle(symbol, nullptr, nullptr, &status));
   return status == 0 ? std::string(name.get()) + " (" + symbol + ")" : symbol;
 }
 

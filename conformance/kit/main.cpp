@@ -99,7 +99,8 @@ Outcome look_into(const ListedSentence& sentence, const Checks& checks, State& s
   return checks.look_into(sentence, *environment, options);
 }
 
-int check(const Wish& wish, const Checks& checks, std::vector<ListedSentence> sentences, const TempFolder& folder) {
+int check(const Wish& wish, const Checks& checks, const std::vector<ListedSentence>& sentences,
+          const TempFolder& folder) {
   State state(wish.filler, folder.path(), checks);
   const auto options = options_of(wish, folder);
   Report report(std::cout, wish.tap ? Report::Form::Tap : Report::Form::Text);
@@ -127,7 +128,7 @@ int fulfil(const Wish& wish) {
   auto sentences = checks.list();
   std::erase_if(sentences, [&wish](const auto& sentence) { return !is_wanted(sentence, wish.filter); });
   if (sentences.empty()) throw CannotCheck("no sentence contains \"" + wish.filter + "\"");
-  if (!wish.list) return check(wish, checks, std::move(sentences), folder);
+  if (!wish.list) return check(wish, checks, sentences, folder);
   for (const auto& sentence : sentences) std::cout << sentence.group << ": " << sentence.text << '\n';
   return EXIT_SUCCESS;
 }

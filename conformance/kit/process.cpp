@@ -51,6 +51,7 @@ class BlockedSignal {
 
 std::vector<char*> c_strings(std::vector<std::string>& texts) {
   std::vector<char*> pointers;
+  pointers.reserve(texts.size() + 1);
   for (auto& text : texts) pointers.push_back(text.data());
   pointers.push_back(nullptr);
   return pointers;
@@ -62,7 +63,7 @@ std::vector<std::string> whole_environment(const Environment& changes) {
     const std::string text = *entry;
     if (!changes.contains(text.substr(0, text.find('=')))) result.push_back(text);
   }
-  for (const auto& [name, value] : changes) result.push_back(name + "=" + value);
+  for (const auto& [name, value] : changes) result.emplace_back(name).append("=").append(value);
   return result;
 }
 

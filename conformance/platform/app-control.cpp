@@ -4,7 +4,7 @@
 #include <array>
 #include <chrono>
 #include <filesystem>
-#include <memory>
+#include <msg-consumer-platform/releaser.hpp>
 #include <optional>
 #include <string>
 #include <thread>
@@ -20,10 +20,7 @@ using Clock = std::chrono::steady_clock;
 constexpr std::chrono::seconds AT_ONCE{2};
 constexpr std::chrono::seconds START_PATIENCE{10};
 
-struct DestroyRequest {
-  void operator()(app_control_h request) const { app_control_destroy(request); }
-};
-using Request = std::unique_ptr<app_control_s, DestroyRequest>;
+using Request = Owned<app_control_s, app_control_destroy>;
 
 Request make_request(Findings& findings) {
   app_control_h request = nullptr;

@@ -2,7 +2,6 @@
 #include <array>
 #include <cstddef>
 #include <memory>
-#include <new>
 #include <type_traits>
 #include <utility>
 
@@ -39,8 +38,7 @@ void look_at_size(Findings& findings) {
   constexpr std::byte MARK{0xA5};
   alignas(Record) std::array<std::byte, sizeof(Record) + MARGIN> place{};
   place.fill(MARK);
-  auto* record = new (place.data()) Record;
-  std::destroy_at(record);
+  std::destroy_at(std::construct_at(reinterpret_cast<Record*>(place.data())));
   bool untouched = true;
   for (std::size_t i = sizeof(Record); i < place.size(); ++i) untouched = untouched && place.at(i) == MARK;
   findings.expect(untouched, "the constructor writes beyond the record's " + std::to_string(sizeof(Record)) + " bytes");

@@ -4,18 +4,14 @@
 
 #include <cstdlib>
 #include <cstring>
-#include <memory>
-#include <optional>
+#include <msg-consumer-platform/releaser.hpp>
 
 #include "store/sentences.hpp"
 
 namespace msg_consumer::conformance {
 namespace {
 
-struct FreeText {
-  void operator()(char* text) const { std::free(text); }
-};
-using Text = std::unique_ptr<char, FreeText>;
+using Text = Owned<char, std::free>;
 
 /// The texts of public records are not const.
 char* text_of(std::string& text) { return text.data(); }

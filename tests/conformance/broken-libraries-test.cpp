@@ -140,7 +140,7 @@ INSTANTIATE_TEST_SUITE_P(Stores, BrokenStore, testing::ValuesIn(STORES), test_na
 /// A platform with an application that may be launched, and is slow to start.
 class Platform : public testing::Test {
  protected:
-  Platform() { _bus.add_activatable_service("org.example.Slow", "/bin/sh -c 'touch " + _mark + "; exec sleep 60'"); }
+  Platform() { _bus.add_activatable_service("org.example.Slow", "/bin/sh -c 'touch " + _mark + "; exec sleep 5'"); }
 
   KitRun check(const std::string& library) {
     auto arguments = platform_arguments(library);

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "kit-run.hpp"
 
+#include <cstdlib>
 #include <sstream>
 
 #include "support/process.hpp"
@@ -23,12 +24,22 @@ void read_tap(const std::string& line, KitRun& run) {
   list.push_back(sentence);
 }
 
+// A sanitizer would take a crash over and end the program its own way.
+Process::Environment crashes_left_alone() {
+  Process::Environment environment;
+  for (const char* name : {"ASAN_OPTIONS", "TSAN_OPTIONS"}) {
+    const char* before = std::getenv(name);
+    environment[name] = (before != nullptr ? std::string(before) + ":" : "") + "handle_segv=0:handle_abort=0";
+  }
+  return environment;
+}
+
 }  // namespace
 
 KitRun run_kit(const std::vector<std::string>& arguments) {
   std::vector<std::string> command = {KIT_PATH};
   command.insert(command.end(), arguments.begin(), arguments.end());
-  Process process(command);
+  Process process(command, crashes_left_alone());
   KitRun run;
   run.status = process.wait(time_limit).value_or(-1);
   run.output = process.standard_output();
