@@ -27,8 +27,12 @@ const Command* command_named(const std::string& name) {
 // The parser names the type of the variable in front of what the check asks for: "INT:MESSAGE".
 std::string value_of(const CLI::Option& option) {
   if (option.get_items_expected_max() == 0) return {};
-  const std::string type = option.get_type_name();
-  return type.substr(type.find(':') + 1);
+  std::string type = option.get_type_name();
+  type.erase(0, type.find(':') + 1);
+  // "{json,xml}" is how the parser's own check writes a choice.
+  if (!type.starts_with('{')) return type;
+  std::replace(type.begin(), type.end(), ',', '|');
+  return type.substr(1, type.size() - 2);
 }
 
 OptionOutline outline_of(const CLI::Option& option, const std::string& group) {

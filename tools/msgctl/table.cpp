@@ -71,7 +71,7 @@ Table::Table(std::vector<Column> columns, const Screen& screen) : _columns(std::
 
 void Table::measure(const Row& row) {
   for (std::size_t i = 0; i < row.size(); ++i) {
-    _widths[i] = std::max(_widths[i], display_width(printable(row[i].text)));
+    _widths[i] = std::max(_widths[i], widest_width(printable(row[i].text)));
   }
 }
 
@@ -105,13 +105,14 @@ std::string Table::cell(const Cell& cell, std::size_t column, bool last) const {
 std::string Table::line(const Row& row) const {
   std::string result;
   std::size_t position = 1;
-  bool doubtful = false;
+  bool adrift = false;
   for (const std::size_t i : _shown) {
     if (i != _shown.front()) result.append(gap, ' ');
-    // A terminal that draws a text wider or narrower than thought is told where the next column begins.
-    if (doubtful) result += "\033[" + std::to_string(position) + "G";
+    // A terminal that draws a text wider than thought is told where the next column begins.
+    if (adrift) result += "\033[" + std::to_string(position) + "G";
     result += cell(row[i], i, i == _shown.back());
-    doubtful = _screen.terminal && has_doubtful_width(row[i].text);
+    const std::string text = printable(row[i].text);
+    adrift = _screen.terminal && display_width(text) != widest_width(text);
     position += _widths[i] + gap;
   }
   result.erase(result.find_last_not_of(' ') + 1);

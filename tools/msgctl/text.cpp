@@ -66,7 +66,7 @@ bool is_skin_tone(gunichar code) { return code >= 0x1f3fb && code <= 0x1f3ff; }
 struct Cluster {
   std::size_t size = 0;
   std::size_t width = 0;
-  bool doubtful = false;
+  std::size_t widest = 0;  // where its symbols are drawn one by one
 };
 
 // Puts clusters together as far as their width needs it: what combines, what is joined, and the halves of flags.
@@ -78,7 +78,7 @@ class ClusterReader {
 
   Cluster next() {
     const Symbol first = take();
-    Cluster cluster = {first.size, symbol_width(first.code), false};
+    Cluster cluster = {first.size, symbol_width(first.code), symbol_width(first.code)};
     bool joined = false;
     bool half_a_flag = first.valid && is_flag_half(first.code);
     while (!at_end()) {
@@ -88,10 +88,11 @@ class ClusterReader {
       if (!symbol.valid || !(joined || second_half || tone || extends(symbol.code))) break;
       take();
       cluster.size += symbol.size;
+      cluster.widest += symbol_width(symbol.code);
       // What is joined or modified is drawn in the place of the first symbol.
       if (joined || second_half || tone || symbol.code == emoji_presentation) {
         cluster.width = std::max(cluster.width, std::size_t{2});
-        cluster.doubtful = true;
+        cluster.widest = std::max(cluster.widest, cluster.width);
       } else {
         cluster.width += symbol_width(symbol.code);
       }
@@ -146,11 +147,10 @@ std::size_t display_width(std::string_view text) {
   return width;
 }
 
-bool has_doubtful_width(std::string_view text) {
-  for (ClusterReader reader(text); !reader.at_end();) {
-    if (reader.next().doubtful) return true;
-  }
-  return false;
+std::size_t widest_width(std::string_view text) {
+  std::size_t width = 0;
+  for (ClusterReader reader(text); !reader.at_end();) width += reader.next().widest;
+  return width;
 }
 
 std::string isolated(std::string_view text) {
@@ -184,7 +184,7 @@ std::string fit(std::string_view text, std::size_t width) {
   std::size_t used = 0, kept = 0, position = 0;
   for (ClusterReader reader(text); !reader.at_end();) {
     const Cluster cluster = reader.next();
-    used += cluster.width;
+    used += cluster.widest;
     if (used > width) return std::string(text.substr(0, kept)).append(ellipsis);
     position += cluster.size;
     if (used < width) kept = position;

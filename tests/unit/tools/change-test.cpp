@@ -38,36 +38,5 @@ INSTANTIATE_TEST_SUITE_P(Texts, StrangeEvent,
                                          R"({"event":"added","revision":7,"message_ids":["x"],"thread_ids":[]})",
                                          R"({"event":"added","revision":7,"message_ids":[],"thread_ids":[]} x)"));
 
-TEST(RevisionTracker, FindsNothingMissedInAnUnbrokenRow) {
-  RevisionTracker tracker;
-  EXPECT_FALSE(tracker.note(41));
-  EXPECT_FALSE(tracker.note(42));
-  EXPECT_FALSE(tracker.note(43));
-}
-
-TEST(RevisionTracker, TellsWhichRevisionsWereMissed) {
-  RevisionTracker tracker;
-  EXPECT_FALSE(tracker.note(41));
-  const auto gap = tracker.note(45);
-  ASSERT_TRUE(gap);
-  EXPECT_EQ(gap->first, 42);
-  EXPECT_EQ(gap->last, 44);
-  EXPECT_FALSE(tracker.note(46));
-}
-
-TEST(RevisionTracker, TakesALowerRevisionAsANewCount) {
-  RevisionTracker tracker;
-  EXPECT_FALSE(tracker.note(41));
-  EXPECT_FALSE(tracker.note(1));
-  EXPECT_TRUE(tracker.note(3));
-}
-
-TEST(RevisionTracker, DoesNotMindTheSameEventTwice) {
-  RevisionTracker tracker;
-  EXPECT_FALSE(tracker.note(41));
-  EXPECT_FALSE(tracker.note(41));
-  EXPECT_FALSE(tracker.note(42));
-}
-
 }  // namespace
 }  // namespace msgctl

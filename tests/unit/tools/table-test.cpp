@@ -65,9 +65,38 @@ TEST(Table, ColoursOnlyTheTextAndOnlyWhereTheScreenHasColour) {
   EXPECT_EQ(lines_of({{"AB"}, {"C"}}, rows, {80, false})[1], "x   y\n");
 }
 
+TEST(ShownColumns, LeaveOutTheMostDispensableFirst) {
+  const std::vector<Column> shape = {
+      {"ID"}, {"A", Align::Left, 0, 1}, {"B", Align::Left, 4, 2}, {"TEXT", Align::Left, 5}};
+  const std::vector<std::size_t> widths = {3, 6, 9, 30};
+  EXPECT_THAT(shown_columns(shape, widths, 60), ElementsAre(0, 1, 2, 3));
+  EXPECT_THAT(shown_columns(shape, widths, 24), ElementsAre(0, 1, 2, 3));
+  EXPECT_THAT(shown_columns(shape, widths, 23), ElementsAre(0, 1, 3));
+  EXPECT_THAT(shown_columns(shape, widths, 17), ElementsAre(0, 3));
+  EXPECT_THAT(shown_columns(shape, widths, 1), ElementsAre(0, 3));
+}
+
+TEST(Table, LeavesColumnsOutOnANarrowScreen) {
+  const std::vector<Column> shape = {{"ID"}, {"TIME", Align::Left, 0, 1}, {"TEXT", Align::Left, 5}};
+  EXPECT_THAT(lines_of(shape, {{{"1"}, {"09:30"}, {"hello"}}}, {10, false}), ElementsAre("ID  TEXT\n", "1   hello\n"));
+}
+
+TEST(Table, TellsATerminalWhereAColumnBeginsBehindATextOfDoubtfulWidth) {
+  const std::vector<Row> rows = {{{"👩\u200d🚀"}, {"x"}}};
+  EXPECT_EQ(lines_of({{"A"}, {"B"}}, rows, {80, false, true})[1], "👩\u200d🚀    \033[7Gx\n");
+  EXPECT_EQ(lines_of({{"A"}, {"B"}}, rows, {80, false, false})[1], "👩\u200d🚀    x\n");
+}
+
+TEST(Table, IsolatesWhatIsWrittenFromTheRightOnATerminal) {
+  const std::vector<Row> rows = {{{"שלום"}, {"x"}}};
+  EXPECT_EQ(lines_of({{"A"}, {"B"}}, rows, {80, false, true})[1], "\u2068שלום\u2069  x\n");
+  EXPECT_EQ(lines_of({{"A"}, {"B"}}, rows, {80, false, false})[1], "שלום  x\n");
+}
+
 TEST(Table, NeverExceedsTheScreen) {
   std::mt19937 random(1);
-  const std::vector<std::string> symbols = {"a", "é", "你", "👍", "e\u0301", "\n", "\xff"};
+  const std::vector<std::string> symbols = {"a",    "é",        "你", "👍",       "e\u0301", "\n",
+                                            "\xff", "👩\u200d👧", "🇨🇭", "❤\ufe0f", "👍🏽"};
   for (int round = 0; round < 300; ++round) {
     std::vector<Row> rows(3);
     for (Row& row : rows) {
@@ -79,7 +108,7 @@ TEST(Table, NeverExceedsTheScreen) {
     }
     const std::size_t width = 12 + random() % 80;
     for (const std::string& line : lines_of(columns, rows, {width, false})) {
-      EXPECT_LE(display_width(line.substr(0, line.size() - 1)), width) << line;
+      EXPECT_LE(widest_width(line.substr(0, line.size() - 1)), width) << line;
     }
   }
 }

@@ -67,6 +67,19 @@ TEST_F(ScreenOf, NoColorIsObeyed) {
   EXPECT_FALSE(screen_of(terminal.screen()).colour);
 }
 
+TEST_F(ScreenOf, TheChoiceOfColourStandsAboveBoth) {
+  const Terminal terminal(80);
+  const EnvironmentVariable no_color("NO_COLOR", "1");
+  choose_colour(Colour::Always);
+  EXPECT_TRUE(screen_of(terminal.screen()).colour);
+  EXPECT_TRUE(screen_of(_null.get()).colour);
+  EXPECT_FALSE(screen_of(_null.get()).terminal);
+  const EnvironmentVariable unset("NO_COLOR", std::nullopt);
+  choose_colour(Colour::Never);
+  EXPECT_FALSE(screen_of(terminal.screen()).colour);
+  choose_colour(Colour::Auto);
+}
+
 TEST_F(ScreenOf, ADumbTerminalHasNoColour) {
   const Terminal terminal(80);
   const EnvironmentVariable term("TERM", "dumb");

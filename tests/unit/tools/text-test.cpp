@@ -1,12 +1,14 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "msgctl/text.hpp"
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 namespace msgctl {
 namespace {
 
 using namespace std::string_literals;
+using testing::ElementsAre;
 
 struct PrintableCase {
   const char* name;
@@ -51,7 +53,13 @@ INSTANTIATE_TEST_SUITE_P(Texts, DisplayWidth,
                          testing::Values(WidthCase{"Empty", "", 0}, WidthCase{"Latin", "Grüße", 5},
                                          WidthCase{"CombiningAccent", "e\u0301", 1}, WidthCase{"Wide", "你好", 4},
                                          WidthCase{"FullWidthForms", "ＡＢ", 4}, WidthCase{"Emoji", "👍", 2},
-                                         WidthCase{"ZeroWidthJoiner", "a\u200db", 2}),
+                                         WidthCase{"ZeroWidthJoiner", "a\u200db", 2},
+                                         WidthCase{"JoinedEmoji", "👩\u200d👩\u200d👧", 2},
+                                         WidthCase{"EmojiPresentation", "❤\ufe0f", 2},
+                                         WidthCase{"Keycap", "1\ufe0f\u20e3", 2}, WidthCase{"Flags", "🇨🇭🇯🇵", 4},
+                                         WidthCase{"SkinTone", "👍🏽", 2}, WidthCase{"SpacingMark", "नि", 2},
+                                         WidthCase{"FromTheRight", "שלום", 4},
+                                         WidthCase{"IsolatedFromTheRight", "\u2068שלום\u2069", 4}),
                          [](const auto& row) { return row.param.name; });
 
 struct FitCase {
@@ -69,17 +77,41 @@ TEST_P(Fit, CutsAndMarksTheCut) {
   EXPECT_LE(display_width(result), GetParam().width);
 }
 
-INSTANTIATE_TEST_SUITE_P(Texts, Fit,
-                         testing::Values(FitCase{"Shorter", "abc", 5, "abc"},
-                                         FitCase{"ExactlyFitting", "abcde", 5, "abcde"},
-                                         FitCase{"OneTooLong", "abcdef", 5, "abcd…"},
-                                         FitCase{"OneColumn", "abc", 1, "…"}, FitCase{"NoColumn", "abc", 0, ""},
-                                         FitCase{"WideExactlyFitting", "你好", 4, "你好"},
-                                         FitCase{"WideIsNeverHalved", "你好吗", 4, "你…"},
-                                         FitCase{"WideFillsUpToTheMark", "你好吗", 5, "你好…"},
-                                         FitCase{"AccentStaysWithItsLetter", "e\u0301e\u0301e\u0301", 2, "e\u0301…"},
-                                         FitCase{"AccentAtTheEndFits", "ae\u0301", 2, "ae\u0301"}),
-                         [](const auto& row) { return row.param.name; });
+INSTANTIATE_TEST_SUITE_P(
+    Texts, Fit,
+    testing::Values(FitCase{"Shorter", "abc", 5, "abc"}, FitCase{"ExactlyFitting", "abcde", 5, "abcde"},
+                    FitCase{"OneTooLong", "abcdef", 5, "abcd…"}, FitCase{"OneColumn", "abc", 1, "…"},
+                    FitCase{"NoColumn", "abc", 0, ""}, FitCase{"WideExactlyFitting", "你好", 4, "你好"},
+                    FitCase{"WideIsNeverHalved", "你好吗", 4, "你…"},
+                    FitCase{"WideFillsUpToTheMark", "你好吗", 5, "你好…"},
+                    FitCase{"AccentStaysWithItsLetter", "e\u0301e\u0301e\u0301", 2, "e\u0301…"},
+                    FitCase{"JoinedEmojiAreCutWhole", "👩\u200d👩\u200d👧x", 6, "…"},
+                    FitCase{"JoinedEmojiFitWhereDrawnOneByOne", "👩\u200d👩\u200d👧x", 7, "👩\u200d👩\u200d👧x"},
+                    FitCase{"FlagsAreCutWhole", "🇨🇭🇯🇵", 3, "🇨🇭…"},
+                    FitCase{"ToneStaysWithItsEmoji", "👍🏽abc", 5, "👍🏽…"},
+                    FitCase{"AccentAtTheEndFits", "ae\u0301", 2, "ae\u0301"}),
+    [](const auto& row) { return row.param.name; });
+
+TEST(WidestWidth, CountsWhatSomeTerminalsDrawOneByOne) {
+  EXPECT_EQ(widest_width("👩\u200d👩\u200d👧"), 6U);
+  EXPECT_EQ(widest_width("❤\ufe0f"), 2U);
+  EXPECT_EQ(widest_width("👍🏽"), 4U);
+  EXPECT_EQ(widest_width("你好 e\u0301"), display_width("你好 e\u0301"));
+}
+
+TEST(Isolated, MarksOnlyWhatIsWrittenFromTheRight) {
+  EXPECT_EQ(isolated("abc 你好 👍"), "abc 你好 👍");
+  EXPECT_EQ(isolated("abc שלום"), "\u2068abc שלום\u2069");
+  EXPECT_EQ(isolated("مرحبا"), "\u2068مرحبا\u2069");
+  EXPECT_EQ(isolated("\xd7"), "\xd7");
+}
+
+TEST(Wrapped, BreaksBetweenWordsAndCutsLongOnes) {
+  EXPECT_THAT(wrapped("one two three", 8), ElementsAre("one two", "three"));
+  EXPECT_THAT(wrapped("", 8), ElementsAre(""));
+  EXPECT_THAT(wrapped("abcdefghij k", 5), ElementsAre("abcd…", "k"));
+  EXPECT_THAT(wrapped("你好 世界", 5), ElementsAre("你好", "世界"));
+}
 
 TEST(IsSendable, RefusesWhatIsNotUtf8) {
   EXPECT_TRUE(is_sendable(""));

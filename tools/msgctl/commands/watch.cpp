@@ -281,6 +281,13 @@ class Watch {
     for (std::size_t i = 0; i < event_kinds.size(); ++i) _subscriptions[i] = {this, event_kinds[i].name};
   }
 
+  // The callbacks were given this object.
+  ~Watch() {
+    for (const EventKind& kind : event_kinds) static_cast<void>(msg_consumer_event_unsubscribe(kind.type, take_event));
+  }
+  Watch(const Watch&) = delete;
+  Watch& operator=(const Watch&) = delete;
+
   void run() {
     subscribe();
     const Connection connection;
