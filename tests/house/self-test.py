@@ -2,8 +2,10 @@
 # SPDX-License-Identifier: Apache-2.0
 """Shows each check a tree or library with one fault, and the same without it."""
 
+import json
 import os
 import pathlib
+import shutil
 import subprocess
 import tempfile
 import unittest
@@ -208,6 +210,52 @@ class Listings(CheckTest):
 
     def test_a_listing_that_does_not_compile_is_named_with_its_line(self):
         self.assert_fails(self.check("int main(void) { return number; }"), "document.md:3: does not compile")
+
+
+class Manual(CheckTest):
+    MANDOC = shutil.which("mandoc") or ""
+    PAGE = '.TH TOOL 1 "2026-01-01"\n.SH NAME\ntool \\- a tool\n'
+
+    @unittest.skipUnless(MANDOC, "mandoc is not installed")
+    def test_a_page_that_is_well_formed_passes(self):
+        self.assert_passes(self.run_check("check-manual", self.MANDOC, self.write("tool.1", self.PAGE)))
+
+    @unittest.skipUnless(MANDOC, "mandoc is not installed")
+    def test_a_page_with_a_mistake_is_named_with_its_line(self):
+        page = self.write("tool.1", self.PAGE + ".XY\n")
+        self.assert_fails(self.run_check("check-manual", self.MANDOC, page), "tool.1:4:")
+
+
+class Commands(CheckTest):
+    OUTLINE = {"item": {"name": "", "hidden": False, "commands": [
+        {"name": "list", "hidden": False, "commands": []}, {"name": "secret", "hidden": True, "commands": []}]}}
+
+    def check(self, declared, table, source):
+        tool = self.write("tool", f"#!/bin/sh\necho '{json.dumps(self.OUTLINE)}'\n")
+        tool.chmod(0o755)
+        header = self.write("client.h", "/** msg_consumer_in_a_comment() */\n" + declared)
+        self.write("source/a.cpp", source)
+        return self.run_check("check-commands", tool, header, self.write("table.toml", table), self.tree / "source")
+
+    def test_functions_that_all_have_a_command_pass(self):
+        self.assert_passes(self.check("int msg_consumer_list(void);", 'msg_consumer_list = "list"',
+                                      "msg_consumer_list();"))
+
+    def test_a_new_function_without_a_command_is_named(self):
+        self.assert_fails(self.check("int msg_consumer_new(int a);", "", ""), "msg_consumer_new has no command")
+
+    def test_a_command_that_is_not_there_for_people_is_named(self):
+        for command in ("gone", "secret"):
+            with self.subTest(command):
+                self.assert_fails(self.check("int msg_consumer_list(void);", f'msg_consumer_list = "{command}"',
+                                             "msg_consumer_list();"), f"'msgctl {command}', and there is no such")
+
+    def test_a_function_that_is_not_used_is_named(self):
+        self.assert_fails(self.check("int msg_consumer_list(void);", 'msg_consumer_list = "list"',
+                                     "// msg_consumer_list();"), "does not use it")
+
+    def test_a_function_that_is_gone_is_named(self):
+        self.assert_fails(self.check("", 'msg_consumer_list = "list"', ""), "does not declare")
 
 
 if __name__ == "__main__":
