@@ -270,7 +270,9 @@ void ContentFiles::claim(std::string_view store_id) {
   }
   std::array<char, COPY_BUFFER_SIZE> buffer;  // NOLINT(cppcoreguidelines-pro-type-member-init): read() fills it
   const std::string_view found(buffer.data(), read_some(owner, buffer));
-  if (found.empty() && !has_messages(_root)) {
+  // Nothing but zeros: the machine died before the id was on the disk.
+  if (found.find_first_not_of('\0') == std::string_view::npos && !has_messages(_root)) {
+    require(lseek(owner.get(), 0, SEEK_SET) == 0, STATUS_FILE_COPY_FAILED);
     write_all(owner, store_id);
     sync(owner);
     sync_folder(_root);
