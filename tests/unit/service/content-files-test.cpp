@@ -215,6 +215,13 @@ TEST_F(Files, BelongToOneStore) {
   EXPECT_THROW(ContentFiles(places).claim("other"), std::runtime_error);
 }
 
+TEST_F(Files, AreTakenOverWhenTheirOwnersIdNeverCameToTheDisk) {
+  const std::string id(32, 'a');
+  test::write_file(root / ".store", std::string(id.size(), '\0'));
+  EXPECT_NO_THROW(files.claim(id));
+  EXPECT_EQ(test::read_file(root / ".store"), id);
+}
+
 TEST_F(Files, AreUsedByOneInstance) {
   files.claim("one");
   ContentFiles second({.database = folder.file("messages.db"), .files = root});
