@@ -10,6 +10,10 @@ namespace {
 FaultyFiles* g_faults = nullptr;
 bool g_reads_are_short = false;
 
+void note_sync(int file) {
+  if (g_faults != nullptr) g_faults->synced(file);
+}
+
 sqlite3_vfs* real_files() {
   static sqlite3_vfs* const real = sqlite3_vfs_find("unix");
   return real;
@@ -176,6 +180,14 @@ extern "C" ssize_t pread64(int file, void* buffer, std::size_t size, off64_t off
   return real(file, buffer, is_short ? size / 2 : size, offset);
 }
 
+// That nothing waits for the disk makes the tests many times faster: what they hold against each other is in the
+// system's memory.
+extern "C" int fsync(int file) {
+  msg_consumer::test::note_sync(file);
+  return 0;
+}
+extern "C" int fdatasync(int file) { return fsync(file); }
+
 namespace msg_consumer::test {
 
 void PrintTo(const FileFault& fault, std::ostream* out) { *out << fault.name; }
@@ -217,8 +229,3 @@ int FaultyFiles::strike(FileCall call) {
 }
 
 }  // namespace msg_consumer::test
-
-// That nothing waits for the disk makes the tests many times faster; what they hold against each other is in the
-// system's memory.
-extern "C" int fsync(int /*file*/) { return 0; }
-extern "C" int fdatasync(int /*file*/) { return 0; }

@@ -63,11 +63,17 @@ class FaultyFiles {
   std::function<void()> on_change;
   /// Told of each call, before it is made.
   std::function<void(FileCall)> on_call;
+  /// Told of each file or folder that anybody brings to the disk.
+  std::function<void(int descriptor)> on_sync;
 
   /// What the wrapped calls ask: the code to fail with, or SQLITE_OK.
   int strike(FileCall call);
   void changed() const {
     if (on_change) on_change();
+  }
+
+  void synced(int descriptor) const {
+    if (on_sync) on_sync(descriptor);
   }
 
   static constexpr const char* NAME = "faulty";

@@ -10,8 +10,8 @@ namespace {
 using schema::Statement;
 
 // The index of words is left out: it is held against the words themselves.
-constexpr const char* TABLES[] = {"thread",           "thread_address", "message",  "message_text",   "nms_meta",
-                                  "nms_subscription", "change_log",     "sequence", "device_request", "store"};
+constexpr const char* TABLES[] = {"thread",           "thread_address", "message",  "message_text",  "nms_meta",
+                                  "nms_subscription", "change_log",     "sequence", "device_request"};
 
 std::string rows_of(sqlite3* database, const std::string& table) {
   std::string columns;
