@@ -75,7 +75,7 @@ std::string fish_answer(const std::string& pattern, const std::vector<Candidate>
 }
 
 std::string posix_any_position(const std::string& command) { return posix_quoted(command + "|") + "[0-9]*"; }
-std::string fish_any_position(const std::string& command) { return fish_quoted(command + "|*[0-9]"); }
+std::string fish_any_position(const std::string& command) { return fish_quoted(command + "|any"); }
 
 constexpr Dialect bash = {posix_quoted, posix_function, bash_answer, posix_any_position, "*"};
 constexpr Dialect zsh = {posix_quoted, posix_function, zsh_answer, posix_any_position, "*"};
@@ -313,6 +313,10 @@ constexpr const char* fish_walk = R"shell(function __msgctl_complete
         set values (__msgctl_commands $command)
         if not set -q values[1]
             set values (__msgctl_values "$command|$position")
+        end
+        # The patterns of this shell know no digits.
+        if not set -q values[1]
+            set values (__msgctl_values "$command|any")
         end
     end
 

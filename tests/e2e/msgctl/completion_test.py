@@ -17,7 +17,7 @@ MSGCTL = os.environ["MSGCTL"]
 # What stands in front of the cursor, and some of what is offered there; "!" marks what is not.
 CASES = {
     "a command": ("nm", ["nms"]),
-    "a command of a group": ("thread ", ["read", "delete", "active", "show", "!messages"]),
+    "a command of a group": ("thread ", ["read", "delete", "active", "show", "!conversation"]),
     "a command of a group in a group": ("nms meta sync", ["sync-required"]),
     "an option": ("messages --un", ["--unread"]),
     "an option that every command has": ("threads --js", ["--json"]),
