@@ -27,6 +27,11 @@ void shrink(std::vector<std::size_t>& widths, const std::vector<std::size_t>& fl
   }
 }
 
+// Whether it is uncertain where the cursor stands behind a text.
+bool is_adrift(const std::string& text, const Screen& screen) {
+  return screen.terminal && display_width(text) != widest_width(text);
+}
+
 std::size_t floor_of(const Column& column, std::size_t width) {
   return column.minimum > 0 ? std::min(column.minimum, width) : width;
 }
@@ -96,7 +101,9 @@ std::string Table::header() const {
 std::string Table::cell(const Cell& cell, std::size_t column, bool last) const {
   const std::string text = fit(printable(cell.text), _widths[column]);
   const std::size_t text_width = display_width(text);
-  const std::string blanks(_widths[column] > text_width ? _widths[column] - text_width : 0, ' ');
+  // Where a terminal draws a text wider than thought, blanks behind it might reach beyond the screen.
+  const bool filled = is_adrift(text, _screen) || _widths[column] <= text_width;
+  const std::string blanks(filled ? 0 : _widths[column] - text_width, ' ');
   const std::string shown = styled(_screen.terminal ? isolated(text) : text, cell.style, _screen);
   if (_columns[column].align == Align::Right) return blanks + shown;
   return last ? shown : shown + blanks;
@@ -107,12 +114,14 @@ std::string Table::line(const Row& row) const {
   std::size_t position = 1;
   bool adrift = false;
   for (const std::size_t i : _shown) {
-    if (i != _shown.front()) result.append(gap, ' ');
     // A terminal that draws a text wider than thought is told where the next column begins.
-    if (adrift) result += "\033[" + std::to_string(position) + "G";
+    if (adrift) {
+      result += "\033[" + std::to_string(position) + "G";
+    } else if (i != _shown.front()) {
+      result.append(gap, ' ');
+    }
     result += cell(row[i], i, i == _shown.back());
-    const std::string text = printable(row[i].text);
-    adrift = _screen.terminal && display_width(text) != widest_width(text);
+    adrift = is_adrift(fit(printable(row[i].text), _widths[i]), _screen);
     position += _widths[i] + gap;
   }
   result.erase(result.find_last_not_of(' ') + 1);

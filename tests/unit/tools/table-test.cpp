@@ -83,7 +83,7 @@ TEST(Table, LeavesColumnsOutOnANarrowScreen) {
 
 TEST(Table, TellsATerminalWhereAColumnBeginsBehindATextOfDoubtfulWidth) {
   const std::vector<Row> rows = {{{"👩\u200d🚀"}, {"x"}}};
-  EXPECT_EQ(lines_of({{"A"}, {"B"}}, rows, {80, false, true})[1], "👩\u200d🚀    \033[7Gx\n");
+  EXPECT_EQ(lines_of({{"A"}, {"B"}}, rows, {80, false, true})[1], "👩\u200d🚀\033[7Gx\n");
   EXPECT_EQ(lines_of({{"A"}, {"B"}}, rows, {80, false, false})[1], "👩\u200d🚀    x\n");
 }
 
@@ -108,7 +108,7 @@ TEST(Table, NeverExceedsTheScreen) {
     }
     const std::size_t width = 12 + random() % 80;
     for (const std::string& line : lines_of(columns, rows, {width, false})) {
-      EXPECT_LE(widest_width(line.substr(0, line.size() - 1)), width) << line;
+      EXPECT_LE(display_width(line.substr(0, line.size() - 1)), width) << line;
     }
   }
 }
