@@ -80,6 +80,11 @@ void Statement::run() {
   }
 }
 
+void Statement::try_once() noexcept {
+  static_cast<void>(sqlite3_step(_statement.get()));
+  reset();
+}
+
 void Statement::reset() noexcept {
   // Says again what the last step has said already.
   static_cast<void>(sqlite3_reset(_statement.get()));
@@ -88,6 +93,8 @@ void Statement::reset() noexcept {
 std::string_view Statement::text(int column) const {
   // The text first: asking for it may convert the value, and with it the size.
   const auto* data = sqlite3_column_text(_statement.get(), column);
+  // An empty text is no null pointer.
+  if (data == nullptr && !is_null(column)) throw std::bad_alloc();
   return view(data, sqlite3_column_bytes(_statement.get(), column));
 }
 
@@ -97,12 +104,15 @@ std::string_view Statement::blob(int column) const {
 }
 
 // IMMEDIATE: a transaction that starts by reading could not be upgraded once another connection has written.
-Transaction::Transaction(sqlite3* database) : _database(database) { execute(database, "BEGIN IMMEDIATE"); }
+// The way back is ready before the first step: it must not need the memory whose lack may be the reason to take it.
+Transaction::Transaction(sqlite3* database) : _database(database), _rollback(database, "ROLLBACK") {
+  execute(database, "BEGIN IMMEDIATE");
+}
 
 Transaction::~Transaction() {
   // SQLite may have rolled back by itself, when the disk is full for example.
   if (_open && sqlite3_get_autocommit(_database) == 0) {
-    static_cast<void>(sqlite3_exec(_database, "ROLLBACK", nullptr, nullptr, nullptr));
+    _rollback.try_once();
   }
 }
 

@@ -54,6 +54,8 @@ class Statement {
   bool step();
   /// Steps a statement that returns no row, and resets it.
   void run();
+  /// As `run`, where there is nobody to tell of a failure.
+  void try_once() noexcept;
   void reset() noexcept;
 
   std::int64_t integer(int column) const { return sqlite3_column_int64(_statement.get(), column); }
@@ -90,6 +92,7 @@ class Transaction {
 
  private:
   sqlite3* _database;
+  Statement _rollback;
   bool _open = true;
 };
 
