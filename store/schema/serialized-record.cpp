@@ -1,13 +1,17 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "schema/serialized-record.hpp"
 
+#include <algorithm>
 #include <concepts>
 #include <cstdint>
 #include <limits>
 #include <nlohmann/json.hpp>
 #include <set>
+#include <string>
+#include <string_view>
 #include <type_traits>
 #include <utility>
+#include <vector>
 
 #include "schema/text.hpp"
 
@@ -217,35 +221,48 @@ void encode(std::string& out, const msg_message_item_t& message) {
   object.finish();
 }
 
-// Decoding.
+// Decoding: into values of our own, for the same reason.
 
-std::int64_t integer(const Json& value, Range range) {
-  const bool fits = value.is_number_unsigned() ? value.get<std::uint64_t>() <= static_cast<std::uint64_t>(INT64_MAX)
-                                               : value.is_number_integer();
-  if (!fits) throw Refused();
-  const auto number = value.get<std::int64_t>();
-  if (number < range.first || number > range.last) throw Refused();
-  return number;
+/// A JSON value, whose destruction needs no memory.
+struct Value {
+  enum class Kind { NOTHING, BOOLEAN, INTEGER, OTHER_NUMBER, TEXT, LIST, OBJECT };
+
+  Kind kind = Kind::NOTHING;
+  std::int64_t integer = 0;  ///< also of a boolean
+  std::string text = {};
+  std::vector<Value> items = {};        ///< of a list; of an object, in the order of its names
+  std::vector<std::string> names = {};  ///< of an object's members
+
+  /// The member of that name, or null.
+  const Value* find(std::string_view name) const {
+    const auto found = std::find(names.begin(), names.end(), name);
+    return found != names.end() ? &items[static_cast<std::size_t>(found - names.begin())] : nullptr;
+  }
+};
+
+std::int64_t integer(const Value& value, Range range) {
+  if (value.kind != Value::Kind::INTEGER || value.integer < range.first || value.integer > range.last) throw Refused();
+  return value.integer;
 }
 
-std::string text(const Json& value) {
-  if (value.is_null()) return {};
+std::string text(const Value& value) {
+  if (value.kind == Value::Kind::NOTHING) return {};
   // The records' texts end at a NUL.
-  if (!value.is_string() || !is_utf8(value.get_ref<const std::string&>())) throw Refused();
-  return value.get<std::string>();
+  if (value.kind != Value::Kind::TEXT || !is_utf8(value.text)) throw Refused();
+  return value.text;
 }
 
 /// Takes the members of a JSON object, and fills a store record. Members that nobody asked for are refused.
 template <typename Store>
 class Decoder {
  public:
-  Decoder(const Json& json, Store& record) : _json(json), _record(record) {
-    if (!json.is_object()) throw Refused();
+  Decoder(const Value& object, Store& record) : _object(object), _record(record) {
+    if (object.kind != Value::Kind::OBJECT) throw Refused();
   }
 
-  const Json& take(const char* name) {
-    const auto found = _json.find(name);
-    if (found == _json.end()) throw Refused();
+  const Value& take(const char* name) {
+    const Value* const found = _object.find(name);
+    if (found == nullptr) throw Refused();
     ++_taken;
     return *found;
   }
@@ -258,10 +275,10 @@ class Decoder {
 
   template <typename PublicMember, typename StoreMember>
   void operator()(const char* name, PublicMember, StoreMember member) {
-    const Json& value = take(name);
+    const Value& value = take(name);
     if constexpr (std::is_same_v<StoreMember, bool Store::*>) {
-      if (!value.is_boolean()) throw Refused();
-      _record.*member = value.template get<bool>();
+      if (value.kind != Value::Kind::BOOLEAN) throw Refused();
+      _record.*member = value.integer != 0;
     } else if constexpr (std::is_same_v<StoreMember, std::string Store::*>) {
       _record.*member = text(value);
     } else {
@@ -270,7 +287,7 @@ class Decoder {
   }
 
   void finish() const {
-    if (_taken != _json.size()) throw Refused();
+    if (_taken != _object.items.size()) throw Refused();
   }
 
  private:
@@ -279,87 +296,125 @@ class Decoder {
     target = static_cast<T>(number);
   }
 
-  const Json& _json;
+  const Value& _object;
   Store& _record;
   std::size_t _taken = 0;
 };
 
-void decode(const Json& json, Address& address) {
-  Decoder in(json, address);
+void decode(const Value& object, Address& address) {
+  Decoder in(object, address);
   visit_address(in);
   in.finish();
 }
 
-void decode(const Json& json, NmsMsgMeta& meta) {
-  Decoder in(json, meta);
+void decode(const Value& object, NmsMsgMeta& meta) {
+  Decoder in(object, meta);
   visit_nms_meta(in);
   in.finish();
 }
 
 // The store keeps no metadata of single parts.
-void check_nms_content_meta(const Json& json) {
+void check_nms_content_meta(const Value& object) {
   Unmapped nothing;
-  Decoder in(json, nothing);
+  Decoder in(object, nothing);
   visit_nms_content_meta(in);
   in.finish();
 }
 
-void decode(const Json& json, Content& content) {
-  Decoder in(json, content);
+void decode(const Value& object, Content& content) {
+  Decoder in(object, content);
   visit_content(in);
-  if (const Json& meta = in.take("nms_content_meta"); !meta.is_null()) check_nms_content_meta(meta);
+  const Value& meta = in.take("nms_content_meta");
+  if (meta.kind != Value::Kind::NOTHING) check_nms_content_meta(meta);
   in.finish();
 }
 
 template <typename Store>
-void decode_list(const Json& json, std::vector<Store>& list) {
-  if (!json.is_array()) throw Refused();
-  list.resize(json.size());
-  for (std::size_t i = 0; i < json.size(); ++i) decode(json[i], list[i]);
+void decode_list(const Value& elements, std::vector<Store>& list) {
+  if (elements.kind != Value::Kind::LIST) throw Refused();
+  list.resize(elements.items.size());
+  for (std::size_t i = 0; i < list.size(); ++i) decode(elements.items[i], list[i]);
 }
 
-void decode(const Json& json, Message& message) {
-  Decoder in(json, message);
+void decode(const Value& object, Message& message) {
+  Decoder in(object, message);
   visit_message(in);
   message.time_ms *= 1000;
   decode_list(in.take("address_list"), message.addresses);
   decode_list(in.take("content_list"), message.contents);
-  if (const Json& meta = in.take("nms_meta"); !meta.is_null()) decode(meta, message.nms_meta);
+  const Value& meta = in.take("nms_meta");
+  if (meta.kind != Value::Kind::NOTHING) decode(meta, message.nms_meta);
   in.finish();
 }
 
-/// Watches a parse: refuses deep nesting and repeated members, of which the parser would keep the last.
-class StructureCheck {
+/// Builds a value as the parser reads it. Refuses deep nesting, and repeated members.
+class Builder {
  public:
-  void operator()(int depth, Json::parse_event_t event, const Json& value) {
-    if (event == Json::parse_event_t::object_start || event == Json::parse_event_t::array_start) {
-      if (depth >= MAX_DEPTH) throw Refused();
-      _names.emplace_back();
-    } else if (event == Json::parse_event_t::object_end || event == Json::parse_event_t::array_end) {
-      _names.pop_back();
-    } else if (event == Json::parse_event_t::key) {
-      if (!_names.back().insert(value.get_ref<const std::string&>()).second) throw Refused();
-    }
+  explicit Builder(Value& root) : _root(root) {}
+
+  // The parser's names. It goes on for as long as they return true.
+  bool null() { return add({}); }
+  bool boolean(bool value) { return add({.kind = Value::Kind::BOOLEAN, .integer = value ? 1 : 0}); }
+  bool number_integer(std::int64_t value) { return add({.kind = Value::Kind::INTEGER, .integer = value}); }
+  bool number_unsigned(std::uint64_t value) {
+    if (value > static_cast<std::uint64_t>(INT64_MAX)) return add({.kind = Value::Kind::OTHER_NUMBER});
+    return number_integer(static_cast<std::int64_t>(value));
+  }
+  bool number_float(double /*value*/, const std::string& /*text*/) { return add({.kind = Value::Kind::OTHER_NUMBER}); }
+  bool string(std::string& value) { return add({.kind = Value::Kind::TEXT, .text = std::move(value)}); }
+  bool start_array(std::size_t /*size*/) { return open(Value::Kind::LIST); }
+  bool end_array() { return close(); }
+  bool start_object(std::size_t /*size*/) { return open(Value::Kind::OBJECT); }
+  bool key(std::string& name) {
+    if (!_open.back().names.insert(name).second) return false;
+    _open.back().value->names.push_back(std::move(name));
+    return true;
+  }
+  bool end_object() { return close(); }
+  static bool binary(const std::vector<std::uint8_t>& /*value*/) { return false; }
+  static bool parse_error(std::size_t /*position*/, const std::string& /*token*/, const Json::exception& /*error*/) {
+    return false;
   }
 
  private:
   // The message, its list of parts, a part, the part's metadata.
-  static constexpr int MAX_DEPTH = 4;
+  static constexpr std::size_t MAX_DEPTH = 4;
 
-  std::vector<std::set<std::string>> _names;
+  struct Open {
+    Value* value;
+    std::set<std::string> names;  ///< that it has so far
+  };
+
+  // Nothing is added to an open value but behind the one that was opened in it: the pointers stay valid.
+  Value& place() { return _open.empty() ? _root : _open.back().value->items.emplace_back(); }
+
+  bool add(Value&& value) {
+    place() = std::move(value);
+    return true;
+  }
+
+  bool open(Value::Kind kind) {
+    if (_open.size() >= MAX_DEPTH) return false;
+    Value& value = place();
+    value.kind = kind;
+    _open.push_back({.value = &value, .names = {}});
+    return true;
+  }
+
+  bool close() {
+    _open.pop_back();
+    return true;
+  }
+
+  Value& _root;
+  std::vector<Open> _open;
 };
 
-Json parse(std::string_view text) {
-  StructureCheck check;
-  Json json = Json::parse(
-      text,
-      [&check](int depth, Json::parse_event_t event, Json& value) {
-        check(depth, event, value);
-        return true;
-      },
-      false);
-  if (json.is_discarded()) throw Refused();
-  return json;
+Value parse(std::string_view text) {
+  Value root;
+  Builder builder(root);
+  if (!Json::sax_parse(text, &builder)) throw Refused();
+  return root;
 }
 
 // The whole text: a record's members, and the version.
@@ -381,21 +436,23 @@ std::optional<std::string> encode_record(const Public& record) try {
   return std::nullopt;
 }
 
-void take_version(Json& json) {
-  const auto found = json.find(VERSION_NAME);
-  if (found == json.end()) throw Refused();
+void take_version(Value& object) {
+  const Value* const found = object.find(VERSION_NAME);
+  if (found == nullptr) throw Refused();
   integer(*found, Range{SERIALIZED_RECORD_VERSION, SERIALIZED_RECORD_VERSION});
-  json.erase(found);
+  const auto index = found - object.items.data();
+  object.items.erase(object.items.begin() + index);
+  object.names.erase(object.names.begin() + index);
 }
 
 template <typename Store>
 std::optional<Store> decode_record(std::string_view text) try {
   // The parser would take a NUL for the end.
   if (text.size() > MAX_SERIALIZED_SIZE || !is_utf8(text)) return std::nullopt;
-  Json json = parse(text);
-  take_version(json);
+  Value object = parse(text);
+  take_version(object);
   Store record;
-  decode(json, record);
+  decode(object, record);
   return record;
 } catch (const Refused&) {
   return std::nullopt;
