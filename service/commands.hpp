@@ -3,9 +3,9 @@
 #define MSG_CONSUMER_SERVICE_COMMANDS_HPP
 
 #include <cstdint>
-#include <functional>
 #include <optional>
 #include <set>
+#include <span>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -66,7 +66,7 @@ class Commands {
   Outcome read_thread(int thread_id);
   Outcome delete_thread(int thread_id);
   /// All of them or, when one is unknown, none. Locked messages stay, and so do their threads.
-  Outcome delete_threads(const std::vector<int>& thread_ids);
+  Outcome delete_threads(const std::vector<int>& thread_ids) { return delete_each(thread_ids); }
   Outcome set_active_thread_id(int thread_id);
   Outcome update_group_chat_address(int thread_id);
 
@@ -115,14 +115,60 @@ class Commands {
     }
   }
 
+  // These take functions as they are: a std::function may need memory, which is then missing before the door.
+
   /// Stores what `edit` makes of a message; `edit` returns whether it made a change, or throws a refusal.
-  Outcome edit_message(int message_id, const std::function<bool(Message&)>& edit, Change change = {}) noexcept;
+  template <typename Edit>
+  Outcome edit_message(int message_id, Edit&& edit) noexcept {
+    return guarded([&] {
+      return _store.commit([&]() -> std::optional<Change> {
+        StoredMessage stored = _store.messages().get(message_id);
+        const Message before = stored.message;
+        if (!edit(stored.message)) {
+          return std::nullopt;
+        }
+        _store.messages().update(before, stored);
+        return Change{.message_ids = {message_id}, .thread_ids = {before.num_b}};
+      });
+    });
+  }
 
   /// Deletes what `work` says, and the attachments once that is on the disk.
-  Outcome delete_messages(const std::function<std::optional<Change>()>& work) noexcept;
+  template <typename Work>
+  Outcome delete_messages(Work&& work) noexcept {
+    std::vector<int> message_ids;
+    Outcome outcome = guarded([&] {
+      return _store.commit([&] {
+        std::optional<Change> change = work();
+        if (change) {
+          message_ids = change->message_ids;
+        }
+        return change;
+      });
+    });
+    if (outcome.announcement) {
+      for (const int message_id : message_ids) {
+        _files.remove(message_id);
+      }
+    }
+    return outcome;
+  }
 
   /// Makes a change of the network store's data, which is announced as `event`.
-  Outcome change_nms_box(const char* event, const std::function<ChangedMessages()>& work) noexcept;
+  template <typename Work>
+  Outcome change_nms_box(const char* event, Work&& work) noexcept {
+    return guarded([&] {
+      return _store.commit([&]() -> std::optional<Change> {
+        const ChangedMessages ids = work();
+        if (!ids) {
+          return std::nullopt;
+        }
+        return Change{.event = event, .message_ids = {ids->begin(), ids->end()}};
+      });
+    });
+  }
+
+  Outcome delete_each(std::span<const int> thread_ids);
   void check_message_of(const NmsMsgMeta& meta);
   Change place(StoredMessage& stored);
   ThreadInfo thread_for(const Message& message);

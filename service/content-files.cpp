@@ -2,6 +2,7 @@
 #include "content-files.hpp"
 
 #include <fcntl.h>
+#include <ftw.h>
 #include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -10,6 +11,7 @@
 #include <array>
 #include <cerrno>
 #include <charconv>
+#include <cstdio>
 #include <cstdlib>
 #include <optional>
 #include <stdexcept>
@@ -128,15 +130,15 @@ std::optional<int> message_id_of(const std::string& folder) {
   return error == std::errc() && stop == end ? std::optional(id) : std::nullopt;
 }
 
+int remove_entry(const char* path, const struct stat* /*status*/, int /*kind*/, struct FTW* /*where*/) {
+  return std::remove(path);
+}
+
+// Not fs::remove_all(): without memory it ends the process, whether it may throw or not.
 void remove_tree(const fs::path& path) noexcept {
-  try {
-    std::error_code error;
-    fs::remove_all(path, error);
-    if (error) {
-      LOG_ERROR(HERE, "[ERROR] cannot remove %s: %s", path.c_str(), error.message().c_str());
-    }
-  } catch (const std::exception& error) {
-    LOG_ERROR(HERE, "[ERROR] cannot remove files: %s", error.what());
+  constexpr int MAX_OPEN = 8;
+  if (nftw(path.c_str(), remove_entry, MAX_OPEN, FTW_DEPTH | FTW_PHYS) != 0 && errno != ENOENT) {
+    LOG_ERROR(HERE, "[ERROR] cannot remove %s: (%d)", path.c_str(), errno);
   }
 }
 
@@ -220,7 +222,13 @@ IncomingFiles ContentFiles::stage() const {
     throw Refusal(STATUS_FILE_COPY_FAILED);
   }
   IncomingFiles incoming;
-  incoming._staging = staging;
+  try {
+    incoming._staging = staging;
+  } catch (...) {
+    // Nobody owns the folder yet.
+    rmdir(staging.c_str());
+    throw;
+  }
   return incoming;
 }
 
@@ -228,15 +236,16 @@ void ContentFiles::place(IncomingFiles& incoming, int message_id, std::size_t fi
   if (incoming._files.empty()) {
     return;
   }
-  const fs::path folder = folder_of(message_id);
+  // Known before it is made, and each file's place without a copy: what is made is undone even when memory runs out.
+  incoming._folder = folder_of(message_id);
+  const fs::path& folder = incoming._folder;
   require(make_folder(folder), STATUS_FILE_COPY_FAILED);
-  incoming._folder = folder;
   for (IncomingFiles::File& file : incoming._files) {
-    const fs::path place = folder / stored_name(first_number++, file.name);
+    fs::path place = folder / stored_name(first_number++, file.name);
     if (rename(file.path.c_str(), place.c_str()) != 0) {
       throw Refusal(STATUS_FILE_COPY_FAILED);
     }
-    file.path = place;
+    file.path = std::move(place);
   }
   sync_folder(folder);
   sync_folder(_root);

@@ -75,6 +75,8 @@ void LoopbackNetwork::retrieve(int message_id) {
   schedule(_beat);
 }
 
+void LoopbackNetwork::give_up(int message_id) noexcept { _retrieving.erase(message_id); }
+
 bool LoopbackNetwork::is_retrieving(int message_id) const { return _retrieving.contains(message_id); }
 
 int LoopbackNetwork::on_beat(sd_event_source* /*source*/, std::uint64_t /*time*/, void* network) {

@@ -29,6 +29,7 @@ class LoopbackNetwork final : public Network {
 
   void send_queued() noexcept override;
   void retrieve(int message_id) override;
+  void give_up(int message_id) noexcept override;
   bool is_retrieving(int message_id) const override;
 
  private:

@@ -63,22 +63,6 @@ Commands::Commands(StoreWriter& store, ContentFiles& files, Inbox& inbox, Networ
                    const Clock& clock)
     : _store(store), _files(files), _inbox(inbox), _network(network), _phone(phone), _clock(clock) {}
 
-Outcome Commands::edit_message(int message_id, const std::function<bool(Message&)>& edit, Change change) noexcept {
-  return guarded([&] {
-    return _store.commit([&]() -> std::optional<Change> {
-      StoredMessage stored = _store.messages().get(message_id);
-      const Message before = stored.message;
-      if (!edit(stored.message)) {
-        return std::nullopt;
-      }
-      _store.messages().update(before, stored);
-      change.message_ids = {message_id};
-      change.thread_ids = {before.num_b};
-      return change;
-    });
-  });
-}
-
 Outcome Commands::read_message(int message_id, int /*is_nms*/) {
   return edit_message(message_id, [](Message& message) { return std::exchange(message.flag_j, 1) == 0; });
 }
@@ -90,25 +74,6 @@ Outcome Commands::delete_message(int message_id, int /*is_nms*/) {
     _store.messages().remove(message);
     return Change{.event = "deleted", .message_ids = {message_id}, .thread_ids = {message.num_b}};
   });
-}
-
-Outcome Commands::delete_messages(const std::function<std::optional<Change>()>& work) noexcept {
-  std::vector<int> message_ids;
-  Outcome outcome = guarded([&] {
-    return _store.commit([&] {
-      std::optional<Change> change = work();
-      if (change) {
-        message_ids = change->message_ids;
-      }
-      return change;
-    });
-  });
-  if (outcome.announcement) {
-    for (const int message_id : message_ids) {
-      _files.remove(message_id);
-    }
-  }
-  return outcome;
 }
 
 Creation Commands::add_message(const Submission& submission) {
@@ -231,14 +196,20 @@ Outcome Commands::export_to_phone(int message_id) {
 }
 
 Outcome Commands::update_retrieve_mms_message(int message_id) {
-  return edit_message(message_id, [&](Message& message) {
+  bool asked = false;
+  Outcome outcome = edit_message(message_id, [&](Message& message) {
     // An instance that died while it fetched the message has left it running.
     const bool was_abandoned = message.num_n == RETRIEVAL_RUNNING && !_network.is_retrieving(message_id);
     require(needs_retrieval(message) || was_abandoned, STATUS_NOT_APPLICABLE);
     message.num_n = RETRIEVAL_RUNNING;
     _network.retrieve(message_id);
+    asked = true;
     return true;
   });
+  if (asked && outcome.status != STATUS_OK) {
+    _network.give_up(message_id);
+  }
+  return outcome;
 }
 
 }  // namespace msg_consumer::service

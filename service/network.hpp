@@ -16,6 +16,8 @@ class Network {
   virtual void send_queued() noexcept = 0;
   /// Fetches the content of a multimedia message that was only notified so far.
   virtual void retrieve(int message_id) = 0;
+  /// Takes that back: the command that wanted it was not carried out.
+  virtual void give_up(int /*message_id*/) noexcept {}
   /// Whether that message is being fetched by this instance.
   virtual bool is_retrieving(int message_id) const = 0;
 };

@@ -98,18 +98,6 @@ Outcome Commands::nms_update_message_network_status(int message_id, int network_
   });
 }
 
-Outcome Commands::change_nms_box(const char* event, const std::function<ChangedMessages()>& work) noexcept {
-  return guarded([&] {
-    return _store.commit([&]() -> std::optional<Change> {
-      const ChangedMessages ids = work();
-      if (!ids) {
-        return std::nullopt;
-      }
-      return Change{.event = event, .message_ids = {ids->begin(), ids->end()}};
-    });
-  });
-}
-
 void Commands::check_message_of(const NmsMsgMeta& meta) {
   if (meta.msgId > 0) {
     static_cast<void>(_store.messages().get(meta.msgId));

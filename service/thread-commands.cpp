@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <set>
+#include <span>
 
 #include "commands.hpp"
 
@@ -18,9 +19,9 @@ Outcome Commands::read_thread(int thread_id) {
   });
 }
 
-Outcome Commands::delete_thread(int thread_id) { return delete_threads({thread_id}); }
+Outcome Commands::delete_thread(int thread_id) { return delete_each({&thread_id, 1}); }
 
-Outcome Commands::delete_threads(const std::vector<int>& thread_ids) {
+Outcome Commands::delete_each(std::span<const int> thread_ids) {
   return delete_messages([&]() -> std::optional<Change> {
     require(!thread_ids.empty(), STATUS_INVALID_ARGUMENT);
     Change change{.event = "deleted"};

@@ -31,6 +31,7 @@ class SilentNetwork final : public Network {
  public:
   void send_queued() noexcept override { ++send_requests; }
   void retrieve(int message_id) override { retrieving.insert(message_id); }
+  void give_up(int message_id) noexcept override { retrieving.erase(message_id); }
   bool is_retrieving(int message_id) const override { return retrieving.contains(message_id); }
 
   int send_requests = 0;
