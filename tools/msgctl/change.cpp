@@ -33,11 +33,4 @@ std::string words_of(const EventIds& ids) {
   return words;
 }
 
-std::optional<RevisionGap> RevisionTracker::note(std::int64_t revision) {
-  const std::optional<std::int64_t> before = _last;
-  _last = revision;
-  if (!before || revision <= *before || revision - *before == 1) return std::nullopt;
-  return RevisionGap{*before + 1, revision - 1};
-}
-
 }  // namespace msgctl

@@ -32,16 +32,6 @@ struct RevisionGap {
   std::int64_t last;
 };
 
-/// Finds out from the revisions, which grow by one, when an event was missed.
-class RevisionTracker {
- public:
-  /// Takes note of a revision. A lower one than before begins a new count: the store was replaced.
-  std::optional<RevisionGap> note(std::int64_t revision);
-
- private:
-  std::optional<std::int64_t> _last;
-};
-
 }  // namespace msgctl
 
 #endif

@@ -11,6 +11,7 @@
 #include <set>
 
 #include "msgctl/backup/backup-message.hpp"
+#include "msgctl/backup/data-attributes.hpp"
 #include "msgctl/backup/surrogate-filter.hpp"
 #include "msgctl/failure.hpp"
 #include "msgctl/json-text.hpp"
@@ -50,6 +51,9 @@ class Source {
     }
   }
 
+  /// The attachment that a number stands for.
+  std::string data(const std::string& number) { return _data.value(number); }
+
   void check() const {
     if (_failure) std::rethrow_exception(_failure);
     if (_filter.saw_document_type()) {
@@ -63,15 +67,15 @@ class Source {
     while (_position == _filtered.size() && !_ended) {
       const std::size_t count = _read(_piece.data(), _piece.size());
       _ended = count == 0;
-      _filtered = _ended ? _filter.finish() : _filter.take({_piece.data(), count});
+      _filtered = _data.take(_ended ? _filter.finish() : _filter.take({_piece.data(), count}));
       _position = 0;
     }
     // Nothing of a declaration may reach the parser's tables of entities.
     check();
     // No further than one tag: the parser reports nothing of a piece in which it finds an error, and what stands before
     // the error is to be imported.
-    const std::size_t tag_end = _filtered.find('>', _position);
-    const std::size_t count = std::min({size, _filtered.size() - _position, tag_end - _position + 1});
+    const std::size_t tag_end = std::min(_filtered.find('>', _position), _filtered.size() - 1);
+    const std::size_t count = _filtered.empty() ? 0 : std::min(size, tag_end + 1 - _position);
     std::copy_n(_filtered.data() + _position, count, buffer);
     _position += count;
     return count;
@@ -79,6 +83,7 @@ class Source {
 
   const ReadBytes& _read;
   SurrogateFilter _filter;
+  DataAttributes _data;
   std::array<char, piece_size> _piece{};
   std::string _filtered;
   std::size_t _position = 0;
@@ -105,10 +110,7 @@ class Converter {
   Converter(const ReadBytes& read, const WriteLine& write)
       : _source(read),
         _write(write),
-        _reader(xmlReaderForIO(Source::fill, nullptr, &_source, nullptr, "UTF-8",
-                               // HUGE: an attachment is one attribute. What it permits besides, entities that expand
-                               // without end, is not let through to the parser.
-                               XML_PARSE_NONET | XML_PARSE_HUGE)) {
+        _reader(xmlReaderForIO(Source::fill, nullptr, &_source, nullptr, "UTF-8", XML_PARSE_NONET)) {
     if (!_reader) throw std::bad_alloc();
     xmlTextReaderSetStructuredErrorHandler(_reader.get(), note_problem, &_problem);
   }
@@ -184,20 +186,13 @@ class Converter {
       const auto* value = reinterpret_cast<const char*>(xmlTextReaderConstValue(_reader.get()));
       if (value == nullptr) continue;
       if (data != nullptr && name == "data") {
-        if (std::string_view(value) != "null") *data = without_blanks(value);
+        *data = _source.data(value);
+        if (*data == "null") data->clear();
       } else {
         attributes.set(name, value);
       }
     }
     xmlTextReaderMoveToElement(_reader.get());
-  }
-
-  static std::string without_blanks(std::string_view text) {
-    std::string result;
-    result.reserve(text.size());
-    std::copy_if(text.begin(), text.end(), std::back_inserter(result),
-                 [](char c) { return c != ' ' && c != '\t' && c != '\n' && c != '\r'; });
-    return result;
   }
 
   void end_element(const std::string& name) {

@@ -1,12 +1,16 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <nlohmann/json.hpp>
 #include <optional>
+#include <utility>
+#include <vector>
 
 #include "msgctl/api.hpp"
 #include "msgctl/bus.hpp"
 #include "msgctl/commands/commands.hpp"
 #include "msgctl/connection.hpp"
 #include "msgctl/json-text.hpp"
+#include "msgctl/record-words.hpp"
+#include "msgctl/service-bus.hpp"
 #include "msgctl/text.hpp"
 #include "msgctl/version.hpp"
 
@@ -24,6 +28,7 @@ struct StoreCounts {
 struct Status {
   ServiceOnBus service;
   std::optional<StoreCounts> store;
+  std::optional<std::vector<DeviceRequest>> device_requests;
   std::optional<Failure> service_failure;
   std::optional<Failure> store_failure;
 };
@@ -39,6 +44,15 @@ StoreCounts count_store() {
   return counts;
 }
 
+// A service without a journal, or one that does not answer, leaves them unknown.
+std::optional<std::vector<DeviceRequest>> find_device_requests() {
+  try {
+    return ServiceBus().device_requests();
+  } catch (const Failure&) {
+    return std::nullopt;
+  }
+}
+
 Status gather() {
   Status status;
   try {
@@ -52,6 +66,7 @@ Status gather() {
     status.store_failure = failure;
   }
   status.service = look_at_bus();
+  if (status.service.running) status.device_requests = find_device_requests();
   return status;
 }
 
@@ -69,12 +84,21 @@ std::string store_words(const Status& status) {
          std::to_string(status.store->unread) + " unread";
 }
 
+std::string device_words(const Status& status) {
+  if (!status.device_requests) return "unknown";
+  if (status.device_requests->empty()) return "no requests";
+  const DeviceRequest& newest = status.device_requests->back();
+  return std::to_string(status.device_requests->size()) + " requests, the newest " + printable(newest.request) + " " +
+         std::to_string(newest.argument) + " at " + local_time(static_cast<int>(newest.time_ms / 1000));
+}
+
 void print_words(Context& context, const Status& status) {
   const bool connected = !status.service_failure;
   context.out.write("service:    " + service_words(status) + "\n");
   context.out.write("connection: " +
                     styled(connected ? "ready" : "none", connected ? Style::Green : Style::Red, context.screen) + "\n");
   context.out.write("store:      " + store_words(status) + "\n");
+  context.out.write("device:     " + device_words(status) + "\n");
   context.out.write(std::string("msgctl:     ") + version + "\n");
 }
 
@@ -90,12 +114,23 @@ Json object_of(const std::optional<StoreCounts>& counts) {
   return {{"threads", counts->threads}, {"messages", counts->messages}, {"unread", counts->unread}};
 }
 
+Json object_of(const std::optional<std::vector<DeviceRequest>>& requests) {
+  if (!requests) return nullptr;
+  Json newest = nullptr;
+  if (!requests->empty()) {
+    const DeviceRequest& last = requests->back();
+    newest = {{"request", last.request}, {"argument", last.argument}, {"time", utc_time_ms(last.time_ms)}};
+  }
+  return {{"count", requests->size()}, {"newest", std::move(newest)}};
+}
+
 void print_json(Context& context, const Status& status) {
   write_json_item(context.out, "status",
                   json_text(Json{{"connected", !status.service_failure},
                                  {"bus_reachable", status.service.bus_error.empty()},
                                  {"service", object_of(status.service)},
                                  {"store", object_of(status.store)},
+                                 {"device_requests", object_of(status.device_requests)},
                                  {"msgctl_version", version}}));
 }
 
