@@ -38,7 +38,8 @@ TEST_F(Msgctl, StatusStartsTheServiceAndTellsOfServiceAndStore) {
   EXPECT_EQ(run.status, 0) << run.err;
   EXPECT_THAT(lines_of(run.out),
               ElementsAre(StartsWith("service:    running, process "), "connection: ready",
-                          "store:      0 threads, 0 messages, 0 unread", StartsWith("msgctl:     ")));
+                          "store:      0 threads, 0 messages, 0 unread", "device:     no requests",
+                          StartsWith("msgctl:     ")));
 }
 
 TEST_F(Msgctl, StatusCountsWhatTheStoreHolds) {
