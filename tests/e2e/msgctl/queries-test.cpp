@@ -36,10 +36,9 @@ std::vector<int> ids_of(const Json& list) {
 TEST_F(Msgctl, StatusStartsTheServiceAndTellsOfServiceAndStore) {
   const Outcome run = msgctl({"status"});
   EXPECT_EQ(run.status, 0) << run.err;
-  EXPECT_THAT(lines_of(run.out),
-              ElementsAre(StartsWith("service:    running, process "), "connection: ready",
-                          "store:      0 threads, 0 messages, 0 unread", "device:     no requests",
-                          StartsWith("msgctl:     ")));
+  EXPECT_THAT(lines_of(run.out), ElementsAre(StartsWith("service:    running, process "), "connection: ready",
+                                             "store:      0 threads, 0 messages, 0 unread", "device:     no requests",
+                                             StartsWith("msgctl:     ")));
 }
 
 TEST_F(Msgctl, StatusCountsWhatTheStoreHolds) {
