@@ -10,7 +10,6 @@
 #include <system_error>
 
 #include "file-descriptor.hpp"
-#include "schema/schema.hpp"
 
 namespace msg_consumer::service {
 namespace {
@@ -80,11 +79,11 @@ void use_wal(sqlite3* database) {
   }
 }
 
-schema::Database open_and_migrate(const std::string& path) {
+schema::Database open_and_migrate(const std::string& path, schema::Migrations migrations) {
   schema::Database database = schema::open_database(path, SQLITE_OPEN_READWRITE | SQLITE_OPEN_NOMUTEX);
   sqlite3_busy_timeout(database.get(), BUSY_TIMEOUT_MS);
   keep_wal_files(database.get());
-  schema::migrate(database.get());
+  schema::migrate(database.get(), migrations);
   use_wal(database.get());
   // FULL: every commit is on the disk before it is acknowledged. The limit shortens the log after a long reader let it
   // grow.
@@ -95,9 +94,9 @@ schema::Database open_and_migrate(const std::string& path) {
 
 }  // namespace
 
-schema::Database open_database_file(const std::string& path) try {
+schema::Database open_database_file(const std::string& path, schema::Migrations migrations) try {
   make_when_missing(path);
-  schema::Database database = open_and_migrate(path);
+  schema::Database database = open_and_migrate(path, migrations);
   // The first write transaction is what makes both files.
   schema::Transaction(database.get()).commit();
   let_readers_in(path);

@@ -4,6 +4,7 @@
 
 #include <string>
 
+#include "schema/schema.hpp"
 #include "schema/sqlite.hpp"
 
 namespace msg_consumer::service {
@@ -13,8 +14,9 @@ inline constexpr int BUSY_TIMEOUT_MS = 1000;
 
 /// Opens the database for its one writer: makes it when it is missing, migrates it, and sets it up so that what is
 /// committed survives and readers of other users get in at any time. Throws, and changes nothing, when the file is
-/// damaged, foreign or of a newer version.
-schema::Database open_database_file(const std::string& path);
+/// damaged, foreign, altered or of a newer version.
+schema::Database open_database_file(const std::string& path,
+                                    schema::Migrations migrations = schema::released_migrations());
 
 }  // namespace msg_consumer::service
 

@@ -4,7 +4,9 @@
 
 #include <sqlite3.h>
 
+#include <span>
 #include <string>
+#include <string_view>
 
 namespace msg_consumer::schema {
 
@@ -21,9 +23,16 @@ struct Identity {
 };
 Identity read_identity(sqlite3* database);
 
-/// Brings a database to `SCHEMA_VERSION`, each version's step in a transaction of its own. Throws `SqliteError`, or
-/// `std::runtime_error` for a database that is foreign or newer. Runs with foreign keys on.
-void migrate(sqlite3* database);
+/// SQL texts: the one at index N brings a database from version N to version N + 1.
+using Migrations = std::span<const std::string_view>;
+
+/// Those of all versions up to `SCHEMA_VERSION`.
+Migrations released_migrations();
+
+/// Brings a database to the last version, each version's step in a transaction of its own. Throws `SqliteError`, or
+/// `std::runtime_error` for a database that is foreign or newer, or whose tables, indexes or triggers are not those of
+/// its version; what it has besides is left alone. Runs with foreign keys on.
+void migrate(sqlite3* database, Migrations migrations = released_migrations());
 
 /// Where the database lies: `MSG_CONSUMER_DB`, or the default place.
 std::string database_path();
