@@ -25,11 +25,15 @@ TEST_F(World, LetsSendsWaitUntilTheyAreReleased) {
 }
 
 TEST_F(World, FailsTheNextSendsAndDeliversThoseAfter) {
-  start({{{"do", "network"}, {"sends", "fail"}, {"times", 2}}});
+  // What was held goes together.
+  start({{{"do", "network"}, {"sends", "hold"}}});
   const int first = send("+1", "first");
   const int second = send("+1", "second");
+  const int third = send("+1", "third");
+  emulator->perform({{"do", "network"}, {"sends", "fail"}, {"times", 2}});
   EXPECT_TRUE(becomes(first, "delivery", FAILED));
   EXPECT_TRUE(becomes(second, "delivery", FAILED));
+  EXPECT_TRUE(becomes(third, "delivery", DELIVERED));
   EXPECT_EQ(msg_consumer_resend_message(first), 0);
   EXPECT_TRUE(becomes(first, "delivery", DELIVERED));
   EXPECT_EQ(emulator->state()["network"]["sends"], "deliver");
@@ -175,6 +179,7 @@ TEST_F(World, PerformsStepsAfterCalls) {
   EXPECT_THAT(messages(), IsEmpty());
   send("+1", "one");
   EXPECT_TRUE(wait_until([] { return messages("each").size() == 1; }));
+  EXPECT_THAT(emulator->state()["held_steps"], SizeIs(3)) << "the second is not due yet";
   send("+1", "two");
   EXPECT_TRUE(wait_until([] { return messages("each").size() == 2 && messages("second").size() == 1; }));
   send("+1", "three");
