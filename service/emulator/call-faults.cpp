@@ -29,7 +29,7 @@ class BusError {
   sd_bus_error* get() { return &_error; }
 
  private:
-  sd_bus_error _error = SD_BUS_ERROR_NULL;
+  sd_bus_error _error = {};
 };
 
 void check_sent(int result) {
