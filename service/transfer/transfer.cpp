@@ -52,10 +52,13 @@ Transfer::Transfer(sd_bus_message* call, int descriptor, Stream::Direction direc
   for (sd_event_source* lazy : {_ready.get(), _work.get()}) {
     check(sd_event_source_set_priority(lazy, SD_EVENT_PRIORITY_IDLE), "cannot schedule work");
   }
-  sd_bus_track* track = nullptr;
-  check(sd_bus_track_new(bus, &track, on_caller_gone, this), "cannot watch a caller");
-  _track.reset(track);
-  check(sd_bus_track_add_sender(track, call), "cannot watch a caller");
+  // A match of its own: a track whose caller leaves at the wrong moment keeps the bus's loop spinning.
+  const std::string match =
+      "type='signal',sender='org.freedesktop.DBus',interface='org.freedesktop.DBus',member='NameOwnerChanged',arg0='" +
+      std::string(sd_bus_message_get_sender(call)) + "'";
+  sd_bus_slot* slot = nullptr;
+  check(sd_bus_add_match_async(bus, &slot, match.c_str(), on_caller_gone, nullptr, this), "cannot watch a caller");
+  _departure.reset(slot);
   wait_for(Need::STREAM);
 }
 
@@ -87,7 +90,7 @@ int Transfer::on_time(sd_event_source* /*source*/, std::uint64_t /*time*/, void*
 }
 
 // Nobody is left to be answered.
-int Transfer::on_caller_gone(sd_bus_track* /*track*/, void* self) noexcept {
+int Transfer::on_caller_gone(sd_bus_message* /*signal*/, void* self, sd_bus_error* /*error*/) noexcept {
   static_cast<Transfer*>(self)->end();
   return 0;
 }

@@ -49,7 +49,7 @@ class Transfer {
   static int on_ready(sd_event_source* source, int descriptor, std::uint32_t events, void* self) noexcept;
   static int on_work(sd_event_source* source, void* self) noexcept;
   static int on_time(sd_event_source* source, std::uint64_t time, void* self) noexcept;
-  static int on_caller_gone(sd_bus_track* track, void* self) noexcept;
+  static int on_caller_gone(sd_bus_message* signal, void* self, sd_bus_error* error) noexcept;
   void slice() noexcept;
   void wait_for(Need need);
   void end() noexcept;
@@ -60,7 +60,7 @@ class Transfer {
   Owned<sd_event_source, sd_event_source_disable_unref> _ready;
   Owned<sd_event_source, sd_event_source_disable_unref> _work;
   Owned<sd_event_source, sd_event_source_disable_unref> _timer;
-  Owned<sd_bus_track, sd_bus_track_unref> _track;
+  Owned<sd_bus_slot, sd_bus_slot_unref> _departure;
   std::function<void()> _on_end;
   bool _is_over = false;
 };
