@@ -27,7 +27,7 @@ class Writer {
     }
     _was_mended = true;
     const Owned<char, g_free> mended(g_utf8_make_valid(value.data(), static_cast<gssize>(value.size())));
-    return mended.get();
+    return Json(mended.get());
   }
 
   Line line(const Json& object) const { return {.text = object.dump() + "\n", .was_mended = _was_mended}; }
