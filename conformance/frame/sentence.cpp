@@ -97,7 +97,7 @@ int usage(const char* name) {
 
 std::string shown(const Json& value) {
   std::string text = value.dump(-1, ' ', false, Json::error_handler_t::replace);
-  if (text.size() > MAX_SHOWN) text = text.substr(0, MAX_SHOWN) + "...";
+  if (text.size() > MAX_SHOWN) text.replace(MAX_SHOWN, std::string::npos, "...");
   return text;
 }
 

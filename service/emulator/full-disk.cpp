@@ -34,7 +34,8 @@ const sqlite3_io_methods* methods_instead_of(const sqlite3_io_methods* real, dec
       return &kind;
     }
   }
-  Methods& kind = kinds.emplace_back(Methods{*real, real});
+  kinds.push_back(Methods{*real, real});
+  Methods& kind = kinds.back();
   kind.xWrite = write;
   return &kind;
 }

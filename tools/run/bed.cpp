@@ -6,6 +6,7 @@
 #include <sys/un.h>
 
 #include <cerrno>
+#include <cinttypes>
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
@@ -35,7 +36,7 @@ std::string unused_name() {
   std::uint64_t number = 0;
   if (getrandom(&number, sizeof number, 0) != sizeof number) throw Failure("there are no random numbers");
   std::string name(sizeof number * 2 + 1, '\0');
-  name.resize(static_cast<std::size_t>(std::snprintf(name.data(), name.size(), "%016jx", std::uintmax_t{number})));
+  name.resize(static_cast<std::size_t>(std::snprintf(name.data(), name.size(), "%016" PRIx64, number)));
   return "msg-consumer-test-bed-" + name;
 }
 

@@ -11,6 +11,8 @@ template <auto release>
 struct Releaser {
   template <typename T>
   void operator()(T* resource) const {
+    // Two resources look like one to cppcheck.
+    // cppcheck-suppress doubleFree
     // NOLINTNEXTLINE(cppcoreguidelines-owning-memory): whoever calls a deleter owns the resource
     static_cast<void>(release(resource));
   }

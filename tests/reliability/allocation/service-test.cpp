@@ -14,7 +14,6 @@ namespace {
 
 using test::Allocator;
 using test::as_record;
-using test::Extent;
 using test::Fault;
 using test::FaultClass;
 using test::live_blocks;
