@@ -4,6 +4,8 @@
 #include <dlfcn.h>
 #include <unistd.h>
 
+#include <cstdlib>
+
 namespace msg_consumer::test {
 namespace {
 
@@ -156,7 +158,10 @@ int access_file(sqlite3_vfs* /*vfs*/, const char* name, int flags, int* result) 
   return attempt(FileCall::ACCESS, [&] { return real_files()->xAccess(real_files(), name, flags, result); });
 }
 
-int sleep_not(sqlite3_vfs* /*vfs*/, int microseconds) { return microseconds; }
+int sleep_not(sqlite3_vfs* /*vfs*/, int microseconds) {
+  if (g_faults != nullptr) g_faults->count_wait();
+  return microseconds;
+}
 
 sqlite3_vfs wrapped(const sqlite3_vfs& real) {
   sqlite3_vfs vfs = real;
@@ -191,6 +196,12 @@ extern "C" int fdatasync(int file) { return fsync(file); }
 namespace msg_consumer::test {
 
 void PrintTo(const FileFault& fault, std::ostream* out) { *out << fault.name; }
+
+int next_call(int number) {
+  constexpr int NEAR = 12;
+  constexpr int STRIDE = 9;
+  return number + (number < NEAR || std::getenv("MSG_CONSUMER_EVERY_FILE_FAULT") != nullptr ? 1 : STRIDE);
+}
 
 FaultyFiles::FaultyFiles() : _vfs(wrapped(*real_files())) {
   sqlite3_vfs_register(&_vfs, 1);

@@ -43,6 +43,10 @@ inline constexpr FileFault FILE_FAULTS[] = {
     {"SharedLockIsBusy", FileCall::SHARED_LOCK, SQLITE_BUSY},
 };
 
+/// The call to try after this one. Those far behind are much alike, and only every ninth is tried, unless
+/// MSG_CONSUMER_EVERY_FILE_FAULT is set.
+int next_call(int number);
+
 /// A file system for SQLite that fails where a test says. The default for all that is opened while it exists, and made
 /// of the real one: what was opened through that shares locks with what is opened through this. Waiting takes no time.
 /// One at a time, for one thread.
@@ -66,6 +70,10 @@ class FaultyFiles {
   /// Told of each file or folder that anybody brings to the disk.
   std::function<void(int descriptor)> on_sync;
 
+  /// How often SQLite has waited for a lock.
+  int waits() const { return _waits; }
+
+  void count_wait() { ++_waits; }
   /// What the wrapped calls ask: the code to fail with, or SQLITE_OK.
   int strike(FileCall call);
   void changed() const {
@@ -84,6 +92,7 @@ class FaultyFiles {
   int _number = -1;
   bool _persists = false;
   bool _struck = false;
+  int _waits = 0;
 };
 
 }  // namespace msg_consumer::test

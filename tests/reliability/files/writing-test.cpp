@@ -170,7 +170,7 @@ class FaultsInWriting : public testing::TestWithParam<Operation> {
   void try_each(const FileFault& fault, bool persists) {
     Scene scene;
     bool is_prepared = false;
-    for (int number = 0;; ++number) {
+    for (int number = 0;; number = next_call(number)) {
       if (!std::exchange(is_prepared, true) && GetParam().prepare) GetParam().prepare(scene);
       // What is in memory is not read.
       if (fault.call == FileCall::READ) scene.restart();
