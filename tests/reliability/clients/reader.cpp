@@ -91,7 +91,8 @@ void Reader::read_one_thread() {
   ListCondition condition;
   condition.thread_ids = {SECOND_IN_TURN};
   condition.num_b = 30;
-  check(list("messages of a thread", condition).front().num_b == SECOND_IN_TURN, "a message of another thread");
+  const Messages messages = list("messages of a thread", condition);
+  check(!messages.empty() && messages.front().num_b == SECOND_IN_TURN, "a message of another thread");
 }
 
 void Reader::read_conversations() {

@@ -28,7 +28,7 @@ class Printer {
     if constexpr (std::is_arithmetic_v<Value> || std::is_enum_v<Value>) {
       _out << +value << ' ';
     } else {
-      std::apply([this](const auto&... member) { (print(member), ...); }, members(value));
+      std::apply([this](const auto&... member) { (this->print(member), ...); }, members(value));
       _out << '\n';
     }
   }
