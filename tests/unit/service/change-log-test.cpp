@@ -49,6 +49,30 @@ TEST_F(ChangeLogOfStore, KeepsTheNewestTenThousand) {
   EXPECT_EQ(ask("SELECT max(revision) FROM change_log"), 10'001);
 }
 
+TEST_F(ChangeLogOfStore, KeepsNoMoreBytesThanItMayAndAlwaysTheNewest) {
+  beside(
+      "WITH RECURSIVE n(i) AS (VALUES (1) UNION ALL SELECT i + 1 FROM n WHERE i < 90) "
+      "INSERT INTO change_log SELECT i, 'storage_changed', printf('%.*c', 200000, 'x') FROM n");
+  ASSERT_GT(ask("SELECT sum(length(body)) FROM change_log"), ChangeLog::CAPACITY_BYTES);
+  // As when the service is started again.
+  ChangeLog log(store.database());
+  store.transact([&] { log.append({.message_ids = {1}, .thread_ids = {1}}); });
+  EXPECT_EQ(log.bounds().newest, 91);
+  const std::int64_t bytes = ask("SELECT sum(length(body)) FROM change_log");
+  EXPECT_LE(bytes, ChangeLog::CAPACITY_BYTES / 2);
+  EXPECT_GT(bytes, ChangeLog::CAPACITY_BYTES / 2 - 400'000) << "no more was dropped than had to be";
+  EXPECT_EQ(ask("SELECT count(*) = max(revision) - min(revision) + 1 FROM change_log"), 1) << "without a hole";
+}
+
+TEST_F(ChangeLogOfStore, KeepsAChangeThatIsLargerThanAllThatMayBeKept) {
+  beside("INSERT INTO change_log VALUES (1, 'storage_changed', printf('%.*c', 17000000, 'x'))");
+  ChangeLog log(store.database());
+  store.transact([&] { log.append({.message_ids = {1}, .thread_ids = {1}}); });
+  EXPECT_EQ(ask("SELECT min(revision) FROM change_log"), 2) << "the newest, from which the next is counted";
+  store.transact([&] { log.append({.message_ids = {1}, .thread_ids = {1}}); });
+  EXPECT_EQ(log.bounds().newest, 3);
+}
+
 TEST_F(ChangeLogOfStore, RefusedCommandsUseNoRevision) {
   send("+4917");
   commands.delete_message(UNKNOWN_ID, 0);
