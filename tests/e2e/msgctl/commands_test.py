@@ -2,6 +2,7 @@
 # SPDX-License-Identifier: Apache-2.0
 """Every command as its help shows it: each example works, and each JSON document is what the schema and its document say."""
 
+import contextlib
 import copy
 import json
 import os
@@ -9,6 +10,7 @@ import pathlib
 import re
 import shlex
 import shutil
+import sqlite3
 import subprocess
 import tempfile
 import threading
@@ -29,7 +31,7 @@ READING = {"status", "threads", "conversation", "messages", "show", "addresses",
            "nms meta sync-required", "nms meta download-required", "nms subscription show"}
 
 # Command lines beside the examples, for the kinds of document that these leave out.
-MORE = {"show": ["show 12 --in-conversation"]}
+MORE = {"show": ["show 12 --in-conversation"], "status": ["outline"]}
 
 # How each exit code but 0 comes about.
 FAILURES = {
@@ -117,6 +119,10 @@ class Examples(CommandTest):
                 continue
             with self.subTest(name):
                 self.check_example(name, command)
+        with self.subTest("lost changes"):
+            self.check_lost_changes()
+        with self.subTest("missed changes"):
+            self.check_missed_changes()
         self.check_kinds()
 
     def check_example(self, name, command):
@@ -171,10 +177,40 @@ class Examples(CommandTest):
         cause.join()
         return subprocess.CompletedProcess(line, process.returncode, out, first + err)
 
+    def check_lost_changes(self):
+        with self.bed() as bed:
+            self.alter_changes(bed, lambda newest: ("DELETE FROM change_log WHERE revision < ?", [newest]))
+            output = bed.must("watch", "--since", "0", "--count", "1", "--json")
+            self.assertEqual([json.loads(line)["kind"] for line in output.splitlines()], ["lost", "event"])
+            type(self).kinds |= check_output(output)
+
+    def check_missed_changes(self):
+        def change(newest):
+            body = {"event": "changed", "revision": newest + 1, "message_ids": [1], "thread_ids": [1]}
+            return "INSERT INTO change_log VALUES (?, 'storage_changed', ?)", [newest + 1, json.dumps(body)]
+
+        with self.bed() as bed, subprocess.Popen(
+                [bed.msgctl_path, "watch", "--count", "1", "--json"], env=bed.environment, text=True,
+                stdout=subprocess.PIPE, stderr=subprocess.PIPE) as watch:
+            watch.stderr.readline()
+            bed.stop_service()
+            self.alter_changes(bed, change)
+            bed.must("status")
+            output, _ = watch.communicate(timeout=PATIENCE)
+            self.assertEqual([json.loads(line)["kind"] for line in output.splitlines()], ["missed", "event"])
+            type(self).kinds |= check_output(output)
+
+    @staticmethod
+    def alter_changes(bed, statement_of):
+        """Alters the log of changes of a service that does not run."""
+        with contextlib.closing(sqlite3.connect(bed.environment["MSG_CONSUMER_DB"])) as store, store:
+            [newest] = store.execute("SELECT max(revision) FROM change_log").fetchone()
+            store.execute(*statement_of(newest))
+
     def check_kinds(self):
         """Whatever a kind is named for, it is printed by some command, and the other way round."""
-        # Errors are looked at below; events are missed and lost only where something goes wrong.
-        untold = DOCUMENTS.kinds - self.kinds - {"error", "missed", "lost", "outline"}
+        # Errors are looked at below.
+        untold = DOCUMENTS.kinds - self.kinds - {"error"}
         if not EMULATOR:
             untold = {kind for kind in untold if not kind.startswith("emula")}
         with self.subTest("kinds"):
