@@ -34,6 +34,7 @@ struct TestStore {
   StoreWriter store{path};
   ContentFiles files{{.database = path, .files = folder.file("files")}};
   Announcements announcements;
+  int steps = 0;  // of the last import
 
   int add(Message message, const std::vector<std::string>& participants = {"+15550100"}) {
     StoredMessage stored{.message = std::move(message), .sender_name = "Ada"};
@@ -46,7 +47,11 @@ struct TestStore {
 
   int add_with_file(Message message, const std::string& name, const std::string& bytes) {
     test::write_file(folder.path() / name, bytes);
-    IncomingFiles incoming = files.copy_in({folder.file(name)}, ContentFiles::MAX_TOTAL_SIZE);
+    return add_with_copy(std::move(message), folder.file(name));
+  }
+
+  int add_with_copy(Message message, const std::string& file) {
+    IncomingFiles incoming = files.copy_in({file}, ContentFiles::MAX_TOTAL_SIZE);
     StoredMessage stored{.message = std::move(message), .sender_name = ""};
     store.transact([&] {
       stored.message.num_b = store.threads().find_or_make({"+15550100"}).id;
@@ -75,7 +80,7 @@ struct TestStore {
   Json import(const std::string& text, std::size_t piece = 4093) {
     Importer importer(store, files, announcements);
     std::size_t position = 0;
-    while (!importer.finished()) {
+    for (steps = 0; !importer.finished(); ++steps) {
       if (importer.hungry()) {
         if (position == text.size()) {
           importer.end_input();
