@@ -6,7 +6,6 @@
 #include <limits>
 #include <nlohmann/json.hpp>
 #include <optional>
-#include <set>
 #include <utility>
 
 #include "../attachments.hpp"
@@ -155,25 +154,26 @@ class Members {
 
   /// What is not known is not passed over: it would be lost.
   void end() const {
-    for (const auto& [name, value] : _object.items()) {
-      if (!_taken.contains(name)) {
-        throw BrokenRecord("a member has a name that is not known", _path);
-      }
+    if (_taken != _object.size()) {
+      throw BrokenRecord("a member has a name that is not known", _path);
     }
   }
 
  private:
   const Json* take(const char* name) {
-    _taken.insert(name);
     const auto found = _object.find(name);
-    return found != _object.end() ? &*found : nullptr;
+    if (found == _object.end()) {
+      return nullptr;
+    }
+    ++_taken;
+    return &*found;
   }
 
   std::string path_of(const char* name) const { return _path.empty() ? name : _path + "." + name; }
 
   const Json& _object;
   std::string _path;
-  std::set<std::string, std::less<>> _taken;
+  std::size_t _taken = 0;
 };
 
 Counts counts_of(Members& members) {
