@@ -48,7 +48,7 @@ void append_file_parts(Message& message, const IncomingFiles& files) {
   for (const IncomingFiles::File& file : files.files()) {
     Content& part = append_part(message, mime_type_of(file.name), file.size);
     part.status = Content::STATUS_DONE;
-    part.str_g = file.path;
+    part.str_g = file.stored_path;
     part.str_h = file.name;
   }
 }

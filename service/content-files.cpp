@@ -241,7 +241,9 @@ void ContentFiles::place(IncomingFiles& incoming, int message_id, std::size_t fi
   const fs::path& folder = incoming._folder;
   require(make_folder(folder), STATUS_FILE_COPY_FAILED);
   for (IncomingFiles::File& file : incoming._files) {
-    fs::path place = folder / stored_name(first_number++, file.name);
+    const std::string name = stored_name(first_number++, file.name);
+    file.stored_path = folder.filename() / name;
+    fs::path place = folder / name;
     if (rename(file.path.c_str(), place.c_str()) != 0) {
       throw Refusal(STATUS_FILE_COPY_FAILED);
     }
@@ -252,7 +254,7 @@ void ContentFiles::place(IncomingFiles& incoming, int message_id, std::size_t fi
 }
 
 void ContentFiles::copy_out(const std::string& source, const std::string& target) const {
-  const FileDescriptor from = _gate.open_stored(source);
+  const FileDescriptor from = open_stored(source);
   const FileGate::NewFile to = _gate.create_target(target);
   try {
     copy(from, to.file, MAX_TOTAL_SIZE);

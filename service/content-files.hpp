@@ -24,6 +24,7 @@ class IncomingFiles {
     std::filesystem::path path;  ///< where the copy is
     std::string name;            ///< what its owner calls it
     std::int64_t size;
+    std::string stored_path = {};  ///< what its message names it by, once it is in its place
   };
 
   IncomingFiles() = default;
@@ -87,11 +88,12 @@ class ContentFiles {
   /// Moves the copies into the message's folder, numbered from `first_number` on. Everything is on the disk then.
   void place(IncomingFiles& incoming, int message_id, std::size_t first_number) const;
 
+  // A stored file's path is one below the folder of attachments; an absolute one must lead there as well.
   /// Copies a stored file to a new file. Refused when the target exists or cannot be made.
   void copy_out(const std::string& source, const std::string& target) const;
 
   /// Opens an attachment for reading.
-  FileDescriptor open_stored(const std::string& path) const { return _gate.open_stored(path); }
+  FileDescriptor open_stored(const std::string& path) const { return _gate.open_stored(_root / path); }
 
   void remove(int message_id) const noexcept;
   /// Binds the folder to a store, for this object's life. Throws `std::runtime_error` when it is another store's, or in

@@ -6,19 +6,12 @@
 #include "schema/schema.hpp"
 
 namespace msg_consumer::service {
-namespace {
-
-std::string from_environment(const char* variable, const char* otherwise) {
-  const char* value = secure_getenv(variable);
-  return value != nullptr && *value != '\0' ? value : otherwise;
-}
-
-}  // namespace
 
 Locations locations() {
+  const char* exchange = secure_getenv("MSG_CONSUMER_EXCHANGE");
   return {.database = schema::database_path(),
-          .files = from_environment("MSG_CONSUMER_FILES", "/var/lib/msg-consumer/files"),
-          .exchange = from_environment("MSG_CONSUMER_EXCHANGE", "")};
+          .files = schema::attachments_path(),
+          .exchange = exchange != nullptr ? exchange : ""};
 }
 
 }  // namespace msg_consumer::service

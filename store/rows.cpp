@@ -2,9 +2,11 @@
 #include "rows.hpp"
 
 #include <string>
+#include <vector>
 
 #include "connection.hpp"
 #include "schema/row-codec.hpp"
+#include "schema/schema.hpp"
 
 namespace msg_consumer::db {
 namespace {
@@ -48,17 +50,30 @@ void require_unpacked(bool unpacked, int message_id) {
   if (!unpacked) throw StoreError(DB_CORRUPT, "message " + std::to_string(message_id) + " is damaged in the store");
 }
 
+void make_absolute(std::string& path) {
+  if (!path.empty() && path.front() != '/') path.insert(0, schema::attachments_path() + '/');
+}
+
+void make_paths_absolute(std::vector<Content>& contents) {
+  for (Content& part : contents) {
+    make_absolute(part.str_g);
+    make_absolute(part.str_i);
+  }
+}
+
 }  // namespace
 
 void read_row(const schema::Statement& row, Message& message) {
   read_columns(row, message);
   require_unpacked(schema::unpack_message(row.blob(PACKED_COLUMN), message, nullptr), message.id);
+  make_paths_absolute(message.contents);
   if (!row.is_null(NMS_META_COLUMN)) read_nms_meta(row, NMS_META_COLUMN, message.nms_meta);
 }
 
 void read_row(const schema::Statement& row, Conversation& conversation) {
   read_columns(row, conversation);
   require_unpacked(schema::unpack_conversation(row.blob(PACKED_COLUMN), conversation), conversation.id);
+  make_paths_absolute(conversation.contents);
 }
 
 void read_row(const schema::Statement& row, Thread& thread) {

@@ -18,7 +18,7 @@ void append(Message& message, const Part& part, const IncomingFiles::File* file)
   content.str_h = part.name;
   if (file != nullptr) {
     content.status = Content::STATUS_DONE;
-    content.str_g = file->path;
+    content.str_g = file->stored_path;
   } else {
     content.str_l = *part.text;
   }

@@ -415,7 +415,7 @@ void Importer::place_files(Item& item) {
   std::size_t next = 0;
   for (std::size_t index = 0; index < message.contents.size(); ++index) {
     if (record.file_sizes[index] != MessageRecord::NO_FILE) {
-      message.contents[index].str_g = item.files->files()[next++].path;
+      message.contents[index].str_g = item.files->files()[next++].stored_path;
     }
   }
 }

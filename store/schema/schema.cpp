@@ -76,6 +76,11 @@ void check_definitions(sqlite3* database, Migrations migrations) {
   }
 }
 
+std::string from_environment(const char* variable, const char* otherwise) {
+  const char* value = secure_getenv(variable);
+  return value != nullptr && *value != '\0' ? value : otherwise;
+}
+
 }  // namespace
 
 Identity read_identity(sqlite3* database) {
@@ -96,9 +101,8 @@ void migrate(sqlite3* database, Migrations migrations) {
   }
 }
 
-std::string database_path() {
-  const char* override_path = secure_getenv("MSG_CONSUMER_DB");
-  return override_path != nullptr && *override_path != '\0' ? override_path : "/var/lib/msg-consumer/messages.db";
-}
+std::string database_path() { return from_environment("MSG_CONSUMER_DB", "/var/lib/msg-consumer/messages.db"); }
+
+std::string attachments_path() { return from_environment("MSG_CONSUMER_FILES", "/var/lib/msg-consumer/files"); }
 
 }  // namespace msg_consumer::schema

@@ -37,6 +37,10 @@ void migrate(sqlite3* database, Migrations migrations = released_migrations());
 /// Where the database lies: `MSG_CONSUMER_DB`, or the default place.
 std::string database_path();
 
+/// Where the attachments lie: `MSG_CONSUMER_FILES`, or the default place. A row names what is below it, so that a store
+/// can be moved; a path that begins with '/' is one as it stands.
+std::string attachments_path();
+
 }  // namespace msg_consumer::schema
 
 #endif

@@ -81,7 +81,7 @@ MESSAGES = [
 ]
 
 
-# Stores hold the paths of their attachments: a copy has to lie where it was made. There is one bed at a time.
+# Bus and service are named by this place in files that are copied with the bed. There is one at a time.
 HOME = tempfile.TemporaryDirectory(prefix="msgctl-bed-")
 
 

@@ -78,6 +78,15 @@ TEST_F(GivenStore, BringsAttachmentsFromElsewhere) {
   EXPECT_EQ(outcome.out, "attached") << outcome.err;
 }
 
+TEST_F(GivenStore, GivesItsAttachmentsOutOfTheCopy) {
+  const std::string copy = _folder.file("copy.txt");
+  const Outcome outcome = with_store("$MSGCTL content get 1 " + copy + " && $MSGCTL conversation 1 --json");
+  EXPECT_EQ(outcome.status, 0) << outcome.err;
+  EXPECT_EQ(read_file(copy), "attached");
+  EXPECT_THAT(outcome.out, testing::ContainsRegex(_temporary.path().string() + "/[^/]*/files/1/[0-9]*-note.txt"));
+  EXPECT_THAT(outcome.out, Not(HasSubstr(_given.string())));
+}
+
 TEST_F(GivenStore, MayBeReadOnly) {
   for (const auto& entry : fs::recursive_directory_iterator(_given)) {
     fs::permissions(entry.path(), fs::perms::owner_write, fs::perm_options::remove);

@@ -125,6 +125,43 @@ TEST_F(ContentCommands, AStrangeStoredPathGivesNoFile) {
   EXPECT_FALSE(fs::exists(folder.file("copy.txt")));
 }
 
+TEST_F(ContentCommands, ARowNamesItsFilesFromTheFolderOn) {
+  send_mms("", file("one.txt", "one"));
+  commands.send_content_file(1, file("two.txt", "two"));
+  const Message message = store.messages().get(1).message;
+  EXPECT_EQ(message.contents.at(0).str_g, "1/1-one.txt");
+  EXPECT_EQ(message.contents.at(1).str_g, "1/2-two.txt");
+}
+
+struct StoredPath {
+  const char* name;
+  const char* path;  ///< stands behind the folder of attachments where it begins with '*'
+  int status;
+};
+
+class StoredPaths : public ContentCommands, public testing::WithParamInterface<StoredPath> {};
+
+TEST_P(StoredPaths, LeadToTheStoresOwnFilesAlone) {
+  send_mms("", file("note.txt", "text"));
+  file("secret", "secret");
+  std::string stored_path = GetParam().path;
+  if (stored_path.front() == '*') {
+    stored_path.replace(0, 1, file_root);
+  }
+  edit(1, [&](Message& message) { message.contents.at(0).str_g = stored_path; });
+  EXPECT_EQ(commands.get_content_file(1, folder.file("copy.txt")).status, GetParam().status);
+  EXPECT_EQ(test::read_file(folder.file("copy.txt")), GetParam().status == STATUS_OK ? "text" : "");
+}
+
+INSTANTIATE_TEST_SUITE_P(Rows, StoredPaths,
+                         testing::Values(StoredPath{"below_the_folder", "1/1-note.txt", STATUS_OK},
+                                         StoredPath{"absolute_as_older_rows_have_it", "*/1/1-note.txt", STATUS_OK},
+                                         StoredPath{"missing", "1/2-note.txt", STATUS_FILE_NOT_FOUND},
+                                         StoredPath{"out_of_the_folder", "../secret", STATUS_FILE_OUT_OF_BOUNDS},
+                                         StoredPath{"absolute_out_of_the_folder", "*/../secret",
+                                                    STATUS_FILE_OUT_OF_BOUNDS}),
+                         [](const auto& row) { return row.param.name; });
+
 TEST_F(ContentCommands, ReadersOfTheStoreMayReadItsFilesWhateverTheMask) {
   fs::permissions(file_root, fs::perms::set_gid, fs::perm_options::add);
   const std::string note = file("note.txt", "text");

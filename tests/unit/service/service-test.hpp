@@ -122,6 +122,7 @@ class ServiceTest : public testing::Test {
   std::string path = folder.file("messages.db");
   std::filesystem::path file_root = folder.path() / "files";
   test::EnvironmentVariable database_variable{"MSG_CONSUMER_DB", path};
+  test::EnvironmentVariable files_variable{"MSG_CONSUMER_FILES", file_root};
   StoreWriter store{path};
   ContentFiles files{{.database = path, .files = file_root}};
   Inbox inbox{store};

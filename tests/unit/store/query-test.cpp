@@ -276,6 +276,28 @@ Content part(int id, bool is_body, Content::Status status) {
   return content;
 }
 
+TEST_F(Query, APartsFilesAreInTheFolderOfAttachmentsWhereverThatIs) {
+  Message message = make_message(_thread, "x");
+  message.contents = {part(1, false, Content::STATUS_DONE), part(2, false, Content::STATUS_DONE)};
+  message.contents[0].str_g = "1/1-picture.png";
+  message.contents[0].str_i = "1/small.png";
+  message.contents[1].str_g = "/elsewhere/picture.png";
+  const int id = _store.add_message(message);
+  for (const std::string files : {"/files", "/moved/files"}) {
+    const test::EnvironmentVariable place("MSG_CONSUMER_FILES", files);
+    Message read;
+    ASSERT_EQ(db_get_message(id, read), DB_OK);
+    std::vector<Conversation> conversations;
+    ASSERT_EQ(db_get_conversations(_thread, conversations), DB_OK);
+    for (const auto& contents : {read.contents, conversations.at(0).contents}) {
+      EXPECT_EQ(contents.at(0).str_g, files + "/1/1-picture.png");
+      EXPECT_EQ(contents.at(0).str_i, files + "/1/small.png");
+      EXPECT_EQ(contents.at(1).str_g, "/elsewhere/picture.png") << "an absolute path stays as it is";
+      EXPECT_EQ(contents.at(1).str_i, "") << "no file is none";
+    }
+  }
+}
+
 TEST_F(Query, ThePartUnderWayIsTheRunningOneOrElseTheFirstAttachment) {
   Message message = make_message(_thread, "x");
   message.num_e = 2;
