@@ -226,6 +226,45 @@ class Manual(CheckTest):
         self.assert_fails(self.run_check("check-manual", self.MANDOC, page), "tool.1:4:")
 
 
+class Options(CheckTest):
+    PAGE = ".SH OPTIONS\n.TP\n.BI \\-\\-file \" FILE\"\nUnlike\n.BR \\-\\-other .\n.SH SEE ALSO\n"
+
+    def check(self, text):
+        tool = self.write("tool", f"#!/bin/sh\nprintf %s '{text}'\n")
+        tool.chmod(0o755)
+        return self.run_check("check-options", tool, self.write("tool.1", self.PAGE))
+
+    def test_a_page_with_the_options_of_the_help_passes(self):
+        self.assert_passes(self.check("other --verbose\n  --file FILE  like --other"))
+
+    def test_an_option_that_the_page_lacks_is_named(self):
+        self.assert_fails(self.check("  --file FILE\n  -n, --dry-run"), "--dry-run is missing")
+
+    def test_an_option_that_is_gone_is_named(self):
+        self.assert_fails(self.check("nothing"), "--file is unknown")
+
+
+class PlainService(CheckTest):
+    MARKS = ("8emulator", "consumer.emulator", "InvalidStep", "full-disk", "sqlite3_commit_hook", "sqlite3_vfs_register")
+
+    def check(self, service, emulator):
+        return self.run_check("check-plain-service", self.write("service", service), self.write("emulator", emulator))
+
+    def test_a_service_of_its_own_passes(self):
+        self.assert_passes(self.check("service", " ".join(self.MARKS)))
+
+    def test_each_trace_of_the_emulator_is_named(self):
+        for mark in self.MARKS:
+            with self.subTest(mark):
+                self.assert_fails(self.check(f"service {mark} more", " ".join(self.MARKS)), f"service holds {mark}")
+
+    def test_a_mark_that_proves_nothing_is_named(self):
+        for mark in self.MARKS:
+            with self.subTest(mark):
+                rest = " ".join(other for other in self.MARKS if other != mark)
+                self.assert_fails(self.check("service", rest), f"emulator does not hold {mark}")
+
+
 class Commands(CheckTest):
     OUTLINE = {"item": {"name": "", "hidden": False, "commands": [
         {"name": "list", "hidden": False, "commands": []}, {"name": "secret", "hidden": True, "commands": []}]}}
