@@ -11,6 +11,7 @@
 #include <fstream>
 #include <iostream>
 #include <iterator>
+#include <stdexcept>
 #include <string_view>
 
 namespace msg_consumer::conformance {
@@ -87,6 +88,14 @@ int run(const Sentence& sentence, Findings findings) {
   return 0;
 }
 
+int print_fixture(const Program& program, const std::string& state) try {
+  std::cout << program.fixture(state).dump(2) << '\n';
+  return 0;
+} catch (const std::invalid_argument& error) {
+  std::cerr << error.what() << '\n';
+  return 2;
+}
+
 int usage(const char* name) {
   std::cerr << "Usage: " << name << " --list | --fixture STATE | --run NUMBER REPORT [NAME=VALUE...]\n"
             << "msg-consumer-conformance runs this program.\n";
@@ -135,8 +144,7 @@ int answer(int argc, char** argv, const Program& program) {
     return 0;
   }
   if (wish == "--fixture" && argc == 3) {
-    std::cout << program.fixture(argv[2]).dump(2) << '\n';
-    return 0;
+    return print_fixture(program, argv[2]);
   }
   const Sentence* sentence = wish == "--run" && argc > 3 ? find_sentence(program.sentences, argv[2]) : nullptr;
   if (sentence == nullptr) return usage(argv[0]);

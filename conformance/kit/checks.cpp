@@ -9,6 +9,9 @@
 namespace msg_consumer::conformance {
 namespace {
 
+/// With this status a program that checks says that it was asked for something that it does not have.
+constexpr int REFUSED = 2;
+
 struct Report {
   std::vector<std::string> failures;
   std::vector<std::string> skipped;
@@ -83,6 +86,7 @@ Ended Checks::run_with(std::vector<std::string> arguments, const Environment& en
 
 std::string Checks::answer_to(const std::vector<std::string>& question) const {
   const Ended ended = run_with(question, {});
+  if (ended.how == Ended::How::Exited && ended.number == REFUSED) throw CannotCheck(last_line(ended.errors));
   if (!ended.well()) {
     throw CannotCheck(_program.filename().string() + " cannot be used, " + ended.description() + ": " +
                       last_line(ended.errors));

@@ -110,6 +110,7 @@ int check(const Wish& wish, const Checks& checks, const std::vector<ListedSenten
     report.add(sentence, look_into(sentence, checks, state, options));
   }
   report.end();
+  if (report.knows_nothing()) return CANNOT_CHECK;
   return report.all_hold() ? EXIT_SUCCESS : SOME_FAIL;
 }
 

@@ -23,6 +23,8 @@ class Report {
 
   /// Whether no sentence fails.
   [[nodiscard]] bool all_hold() const { return _failed == 0; }
+  /// Whether all sentences were skipped: that says nothing about the library.
+  [[nodiscard]] bool knows_nothing() const { return _held + _failed == 0; }
 
  private:
   void add_text(const ListedSentence& sentence, const Outcome& outcome);
