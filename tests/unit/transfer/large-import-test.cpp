@@ -64,6 +64,22 @@ TEST(ManyMessages, OfTheSameTimeAreFoundAgainInNoMoreThanTheirNumberOfSteps) {
   EXPECT_LT(store.steps, 3 * count) << "a line is a step, and so is each message";
 }
 
+TEST(SeveralBatches, AreAnnouncedAsOneChangeEach) {
+  TestStore first;
+  fill(first, 600);
+  TestStore second;
+  const std::string text = first.exported();
+  EXPECT_EQ(second.import(text).at("lines"), lines_of(text).size());
+  ASSERT_EQ(second.announcements.all.size(), 3U);
+  int next = 1;
+  for (const std::string& body : second.announcements.all) {
+    const Json change = Json::parse(body);
+    EXPECT_EQ(change.at("event"), "added");
+    for (const Json& id : change.at("message_ids")) EXPECT_EQ(id, next++);
+  }
+  EXPECT_EQ(next, 601) << "each message once";
+}
+
 // A long file that is nowhere like itself.
 void write_numbers(const std::string& path, std::int64_t size) {
   std::ofstream file(path, std::ios::binary);
