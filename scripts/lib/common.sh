@@ -11,6 +11,8 @@ JOBS=${JOBS:-$(nproc)}
 
 if command -v ccache >/dev/null; then
   export CMAKE_C_COMPILER_LAUNCHER=ccache CMAKE_CXX_COMPILER_LAUNCHER=ccache
+  # Without these, nothing is cached that uses precompiled headers.
+  export CCACHE_SLOPPINESS=pch_defines,time_macros
 fi
 
 say() { printf '%s\n' "$*"; }
@@ -49,8 +51,10 @@ configure_and_build() {
   quietly "build $preset" cmake --build --preset "$preset" --parallel "$JOBS" "$@"
 }
 
-# The clang build shares the dev preset's settings, and its compile commands are what clang-tidy reads.
+# The clang build shares the dev preset's settings, and its compile commands are what clang-tidy reads. Without
+# precompiled headers, each source must name the headers that it needs.
 configure_and_build_clang() {
-  quietly "configure clang" cmake --preset dev -B build/clang -D CMAKE_C_COMPILER=clang -D CMAKE_CXX_COMPILER=clang++
+  quietly "configure clang" cmake --preset dev -B build/clang -D CMAKE_C_COMPILER=clang -D CMAKE_CXX_COMPILER=clang++ \
+    -D CMAKE_DISABLE_PRECOMPILE_HEADERS=ON
   quietly "build clang" cmake --build build/clang --parallel "$JOBS"
 }
