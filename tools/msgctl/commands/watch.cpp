@@ -251,23 +251,28 @@ class EventSequence {
   std::int64_t _recovered = 0;  // the last revision that was recovered
 };
 
-// Calls back when the service has come to the bus.
+// Calls back when the service has come to the bus again. That it is there at first is known: it has just been asked.
 class ServiceGuard {
  public:
   ServiceGuard(GDBusConnection* bus, std::function<void()> on_start) : _on_start(std::move(on_start)) {
-    _watch = g_bus_watch_name_on_connection(bus, service_name, G_BUS_NAME_WATCHER_FLAGS_NONE, call_on_start, nullptr,
-                                            &_on_start, nullptr);
+    _watch = g_bus_watch_name_on_connection(bus, service_name, G_BUS_NAME_WATCHER_FLAGS_NONE, note_start, note_end,
+                                            this, nullptr);
   }
   ~ServiceGuard() { g_bus_unwatch_name(_watch); }
   ServiceGuard(const ServiceGuard&) = delete;
   ServiceGuard& operator=(const ServiceGuard&) = delete;
 
  private:
-  static void call_on_start(GDBusConnection* /*bus*/, const char* /*name*/, const char* /*owner*/, gpointer on_start) {
-    (*static_cast<std::function<void()>*>(on_start))();
+  static void note_start(GDBusConnection* /*bus*/, const char* /*name*/, const char* /*owner*/, gpointer guard) {
+    auto* self = static_cast<ServiceGuard*>(guard);
+    if (self->_was_away) self->_on_start();
+  }
+  static void note_end(GDBusConnection* /*bus*/, const char* /*name*/, gpointer guard) {
+    static_cast<ServiceGuard*>(guard)->_was_away = true;
   }
 
   std::function<void()> _on_start;
+  bool _was_away = false;
   guint _watch = 0;
 };
 
