@@ -51,12 +51,10 @@ void move_file(const Transfer& transfer, const ContentArguments& arguments, Cont
 
 Row row_of(const Part& part) {
   const msg_content_item_t& content = *part.content;
-  return {{std::to_string(content.content_id)},
-          {content_kind(content.kind)},
-          {text_of(content.text_10)},
-          {text_of(content.text_8)},
-          {transfer(content.status)},
-          {text_of(content.kind == text_kind ? content.text_12 : content.text_7)}};
+  return {
+      {std::to_string(content.content_id)}, {content_kind(content.kind)},
+      {text_of(content.text_10)},           {text_of(content.text_8)},
+      {transfer(content.status)},           {text_of(content.kind == text_kind ? content.text_12 : content.text_7)}};
 }
 
 std::string json_of_part(const Part& part) { return json_of(*part.content, part.network_store.get()); }

@@ -21,16 +21,15 @@ Row row_of(const msg_conversation_view_t& message) {
 }
 
 const ListView<msg_conversation_view_t>& view() {
-  static const ListView<msg_conversation_view_t> instance = {
-      "conversation",
-      "No messages.",
-      {{"ID", Align::Right},
-       {"TIME", Align::Left, 0, 3},
-       {"FROM", Align::Left, 10, 1},
-       {"STATE", Align::Left, 0, 2},
-       {"TEXT", Align::Left, 12}},
-      row_of,
-      json_of};
+  static const ListView<msg_conversation_view_t> instance = {"conversation",
+                                                             "No messages.",
+                                                             {{"ID", Align::Right},
+                                                              {"TIME", Align::Left, 0, 3},
+                                                              {"FROM", Align::Left, 10, 1},
+                                                              {"STATE", Align::Left, 0, 2},
+                                                              {"TEXT", Align::Left, 12}},
+                                                             row_of,
+                                                             json_of};
   return instance;
 }
 
