@@ -28,7 +28,7 @@ std::string valid_keyword(const ListCondition& condition) {
 }
 
 /// One phrase of the search language, whatever the characters.
-std::string quoted(const std::string& keyword) {
+std::string as_phrase(const std::string& keyword) {
   std::string phrase = "\"";
   for (const char c : keyword) phrase.append(c == '"' ? 2 : 1, c);
   return phrase += '"';
@@ -106,7 +106,7 @@ void ListQuery::where(const char* predicate, Value value) {
 
 void ListQuery::where_keyword() {
   if (has_indexed_keyword()) {
-    where("message_search MATCH ?", quoted(_keyword));
+    where("message_search MATCH ?", as_phrase(_keyword));
   } else {
     where("instr(t.folded, ?) > 0", _keyword);
   }
