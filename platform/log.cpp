@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <array>
+#include <atomic>
 #include <cerrno>
 #include <charconv>
 #include <cstdarg>
@@ -71,9 +72,12 @@ int read_threshold() {
   return valid ? value : default_threshold;
 }
 
+// Not a static in the function: a child that is forked while another thread makes that would wait for it for ever.
+constinit std::atomic<int> kept_threshold = 0;
+
 int threshold() {
-  static const int value = read_threshold();
-  return value;
+  if (kept_threshold == 0) kept_threshold = read_threshold();
+  return kept_threshold;
 }
 
 // The length of the colour sequence ("ESC [ digits m") that `text` begins with, 0 when it begins with none.

@@ -62,19 +62,27 @@ class Registry {
   // closed; each thread opens its own again with its next query.
   void before_fork() {
     _mutex.lock();
+    _fork_is_due = true;
     for (auto* reader : _readers) {
       reader->busy.lock();
       reader->connection.reset();
     }
   }
 
+  // A thread that asks one query after the other takes its lock again before whoever waits for it has woken up.
+  void give_way() {
+    if (_fork_is_due) const std::lock_guard until_then(_mutex);
+  }
+
   void after_fork_in_parent() {
+    _fork_is_due = false;
     for (auto* reader : _readers) reader->busy.unlock();
     _mutex.unlock();
   }
 
   // Of all threads only the one that forked lives on.
   void after_fork_in_child(Reader* survivor) {
+    _fork_is_due = false;
     for (auto* reader : _readers) {
       reader->busy.unlock();
       const std::unique_ptr<Reader> orphan(reader != survivor ? reader : nullptr);
@@ -87,13 +95,20 @@ class Registry {
  private:
   std::mutex _mutex;
   std::vector<Reader*> _readers;
+  std::atomic<bool> _fork_is_due = false;
 };
 
-// Never destroyed: threads may end, and queries may run, after the static objects are gone.
-Registry& registry() {
-  static Registry& instance = *std::make_unique<Registry>().release();
-  return instance;
-}
+// Never destroyed: threads may end, and queries may run, after the static objects are gone. Made before anything runs:
+// a child that is forked while another thread makes it at first use would wait for that thread for ever.
+union EverLasting {
+  constexpr EverLasting() : registry() {}
+  ~EverLasting() {}  // NOLINT(modernize-use-equals-default): of a union with such a member it would be deleted
+
+  Registry registry;
+};
+constinit EverLasting ever_lasting;
+
+Registry& registry() { return ever_lasting.registry; }
 
 // Plain values, which outlive the thread's objects with destructors.
 thread_local Reader* current_reader = nullptr;
@@ -104,11 +119,10 @@ void remove_current_reader() {
   if (reader) registry().remove(reader.get());
 }
 
-void register_fork_handlers() {
-  const int error = pthread_atfork([] { registry().before_fork(); }, [] { registry().after_fork_in_parent(); },
-                                   [] { registry().after_fork_in_child(current_reader); });
-  if (error != 0) throw std::system_error(error, std::generic_category());
-}
+// For the same reason at load time. An error number.
+const int fork_handlers_error =
+    pthread_atfork([] { registry().before_fork(); }, [] { registry().after_fork_in_parent(); },
+                   [] { registry().after_fork_in_child(current_reader); });
 
 /// Removes the thread's reader at its end. Other objects' destructors may read even later: then each query does so.
 class ThreadEnd {
@@ -123,9 +137,9 @@ class ThreadEnd {
 };
 
 Reader& this_threads_reader() {
+  registry().give_way();
   if (current_reader == nullptr) {
-    static const bool prepared = (register_fork_handlers(), true);
-    static_cast<void>(prepared);
+    if (fork_handlers_error != 0) throw std::system_error(fork_handlers_error, std::generic_category());
     thread_local const ThreadEnd at_thread_end;
     auto reader = std::make_unique<Reader>();
     registry().add(reader.get());
