@@ -102,8 +102,9 @@ class Completion(unittest.TestCase):
         with Terminal(["zsh", "-f", "-i"], self.bed, columns=200, rows=60) as terminal:
             terminal.type(f"fpath=({functions} $fpath); autoload -Uz compinit; compinit -D -u; "
                           "zstyle ':completion:*' list-prompt ''; setopt no_auto_menu no_list_beep list_rows_first; "
-                          "LISTMAX=1000 PROMPT='%%'; print rea''dy\n")
-            terminal.wait_for("ready")
+                          "LISTMAX=1000 PROMPT='%%'; zle-line-init() { print -n '@''@@' }; zle -N zle-line-init\n")
+            # What is typed before zsh edits the line, the terminal takes for itself: control characters, too.
+            terminal.wait_for("@@@")
             self.check_all(lambda line: self.in_zsh(terminal, line))
             self.assertIn("--color=always", self.in_zsh(terminal, "threads --color=al"))
 
@@ -111,7 +112,8 @@ class Completion(unittest.TestCase):
         # Lists what is offered without taking any of it, and tells with a command of its own that it is done.
         terminal.forget()
         terminal.type(f"msgctl {line}\t\x04\x15print do''ne\n")
-        shown = terminal.wait_for("done\r")
+        shown = terminal.wait_for("@@@")
+        self.assertIn("done\r", shown)
         return re.findall(r"[\w.=-]+", shown.replace("print do''ne", ""))
 
 
