@@ -179,7 +179,8 @@ void Importer::take_record(MessageRecord& message) {
   check_thread(message);
   ++_read.messages;
   _read.metadata += static_cast<std::int64_t>(message.metadata.size());
-  _item.emplace();
+  // Made here: clang 14 cannot yet tell inside the class that an Item is made of nothing.
+  _item.emplace(Item{});
   _item->message = std::move(message);
   _next_part = 0;
   begin_files();
