@@ -246,7 +246,7 @@ class Generated {
 TEST(Backup, FiftyThousandMessagesNeedNoMoreMemoryThanAFew) {
   const std::string sms =
       "<sms address=\"+15550100\" type=\"1\" date=\"1600000000000\" body=\"" + std::string(500, 'x') + "\"/>\n";
-  const long before = resident_kilobytes();
+  [[maybe_unused]] const long before = resident_kilobytes();
   const BackupCounts counts =
       convert_backup(Generated("<smses>", sms, 50'000, "</smses>"), [](const std::string&) { return true; });
   EXPECT_EQ(counts.messages, 50'000);

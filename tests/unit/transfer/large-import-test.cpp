@@ -108,7 +108,7 @@ TEST(ALargeAttachment, GoesThroughExportAndImportInLittleMemory) {
   TestStore second;
   Exporter exporter(first.path, first.files);
   Importer importer(second.store, second.files, second.announcements);
-  const long before = peak_kilobytes();
+  [[maybe_unused]] const long before = peak_kilobytes();
   std::string piece;
   while (!importer.finished()) {
     if (importer.hungry()) {
