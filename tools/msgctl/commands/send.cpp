@@ -58,9 +58,10 @@ void send(const SendArguments& arguments, Context& context, Call call) {
   check_sendable(text, "the text");
   const Connection connection;
   int id = 0;
-  check_command(
-      call(recipients.c_str(), text.c_str(), &id),
-      {"send the message", "thread " + std::to_string(arguments.thread_id), "'msgctl threads' lists the threads."});
+  const std::string subject = arguments.thread_id > 0 ? "thread " + std::to_string(arguments.thread_id)
+                                                      : "the message, its recipients or its files";
+  check_command(call(recipients.c_str(), text.c_str(), &id),
+                {"send the message", subject, "'msgctl threads' lists the threads."});
   context.json ? write_json_item(context.out, "sent", json_text(nlohmann::ordered_json{{"message_id", id}}))
                : context.out.write("sent as message " + std::to_string(id) + "\n");
 }
